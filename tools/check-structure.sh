@@ -1,0 +1,53 @@
+#!/bin/sh
+# Checks the rules of the tree that no compiler checks: which folder may include which, that only platform/, the hosts'
+# platform halves and the build files know what platform this is, and that no line of the library has a test hook.
+# Prints every violation; exit code 1 when there is one.
+set -u
+cd "$(dirname "$0")/.." || exit 2
+bad=0
+
+complain() {
+    printf '%s\n' "$1"
+    bad=1
+}
+
+# A folder, and the folders that its files may include from. module/resource.h holds only numbers that the resource
+# compiler shares, so every folder may name it.
+allowed() {
+    case $1 in
+        base) echo "base" ;;
+        device_records) echo "base device_records" ;;
+        driver_access) echo "base device_records driver_access" ;;
+        install) echo "base device_records driver_access install" ;;
+        pages) echo "base device_records driver_access install pages" ;;
+        module) echo "base device_records driver_access install pages module" ;;
+    esac
+}
+
+for folder in base device_records driver_access install pages module; do
+    for file in "$folder"/*.h "$folder"/*.cpp; do
+        [ -f "$file" ] || continue
+        for include in $(sed -n 's/^ *# *include *"\([^"]*\)".*/\1/p' "$file"); do
+            target=${include%%/*}
+            [ "$include" = "module/resource.h" ] && continue
+            case " $(allowed "$folder") " in
+                *" $target "*) ;;
+                *) complain "$file includes $include: $folder/ must not know $target/" ;;
+            esac
+        done
+    done
+done
+
+# Pages and installation know each other by the rename of a port alone.
+for file in pages/*.h pages/*.cpp; do
+    [ -f "$file" ] || continue
+    sed -n 's/^ *# *include *"\(install\/[^"]*\)".*/\1/p' "$file" | grep -v '^install/com_name\.h$' |
+        while read -r include; do printf '%s includes %s: pages/ uses the rename only\n' "$file" "$include"; done
+done | grep . && bad=1
+
+hits=$(grep -nE '_WIN32|__linux__|__MINGW|_MSC_VER|__unix__' base/* device_records/* driver_access/* install/* pages/* \
+    module/*.h module/*.cpp host/*.h host/*.cpp 2>/dev/null)
+[ -z "$hits" ] || complain "asks which platform this is:
+$hits"
+
+exit $bad
