@@ -15,8 +15,8 @@ constexpr bool IsSpace(WCHAR unit) {
 void AppendNumber(std::basic_string<WCHAR>& out, long long value) {
     std::array<WCHAR, 20> digits{};
     std::size_t count = 0;
-    unsigned long long rest = value < 0 ? 0ULL - static_cast<unsigned long long>(value)
-                                        : static_cast<unsigned long long>(value);
+    unsigned long long rest =
+        value < 0 ? 0ULL - static_cast<unsigned long long>(value) : static_cast<unsigned long long>(value);
     do {
         digits[count++] = static_cast<WCHAR>('0' + rest % 10);
         rest /= 10;

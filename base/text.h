@@ -17,9 +17,9 @@ using TextView = std::basic_string_view<WCHAR>;
 
 // An immutable UTF-16 text whose storage is shared by its copies.
 //
-// Device ids, COM names and captions are handed from operation to operation by value; sharing makes that free of
-// allocations. Copies may be used on different threads. The text always ends in a NUL, so c_str() goes to the
-// platform as it stands. Constructing, concatenating and replacing allocate and may throw std::bad_alloc;
+// Device ids, COM names and captions are handed from operation to operation by value; sharing makes that free
+// of allocations. Copies may be used on different threads. The text always ends in a NUL, so c_str() goes to
+// the platform as it stands. Constructing, concatenating and replacing allocate and may throw std::bad_alloc;
 // copying, moving and reading never throw.
 class Text {
   public:
@@ -40,9 +40,7 @@ class Text {
     // Bytes including the terminating NUL: the size that the platform wants for a REG_SZ.
     [[nodiscard]] DWORD SizeInBytes() const noexcept;
 
-    [[nodiscard]] bool Contains(TextView part) const noexcept {
-        return view().find(part) != TextView::npos;
-    }
+    [[nodiscard]] bool Contains(TextView part) const noexcept { return view().find(part) != TextView::npos; }
     // The text without its first `count` units; empty when it has no more than that.
     [[nodiscard]] Text WithoutFirst(std::size_t count) const;
 
@@ -57,13 +55,13 @@ class Text {
     std::shared_ptr<const Storage> text_;  // none for the empty text
 };
 
-// The number at the start of `text`, as the C library's decimal conversion reads it: leading white space and one
-// sign are accepted, digits count up to the first other character, no digits give 0. A number that does not
-// fit is held at the nearest end of the range of int.
+// The number at the start of `text`, as the C library's decimal conversion reads it: leading white space and
+// one sign are accepted, digits count up to the first other character, no digits give 0. A number that does
+// not fit is held at the nearest end of the range of int.
 [[nodiscard]] int ParseDecimal(TextView text) noexcept;
 
-// The COM number of a COM name: its first three characters are dropped, whatever they are, and the rest is read by
-// ParseDecimal. "COM12" gives 12, "LPT7" gives 7, "COM" and "" give 0.
+// The COM number of a COM name: its first three characters are dropped, whatever they are, and the rest is
+// read by ParseDecimal. "COM12" gives 12, "LPT7" gives 7, "COM" and "" give 0.
 [[nodiscard]] int ComNumberOf(const Text& name) noexcept;
 
 // "COM" followed by the number.
@@ -74,8 +72,8 @@ class FormatArgument {
   public:
     // A 32-bit number of either sign; the conversion decides how its bits are read.
     template <std::integral Number>
-        requires(sizeof(Number) == sizeof(int))
-    FormatArgument(Number value) noexcept  // NOLINT(google-explicit-constructor)
+    requires(sizeof(Number) == sizeof(int)) FormatArgument(Number value)
+    noexcept  // NOLINT(google-explicit-constructor)
         : kind_(Kind::Number), number_(static_cast<int>(value)) {}
     FormatArgument(WCHAR value) noexcept : kind_(Kind::Character), character_(value) {}  // NOLINT
     FormatArgument(const Text& value) : kind_(Kind::String), text_(value) {}             // NOLINT
@@ -90,12 +88,13 @@ class FormatArgument {
     Text text_;
 };
 
-// The work of Format. A conversion without an argument, or with one of another kind, writes nothing; an unknown
-// conversion is copied as it stands.
+// The work of Format. A conversion without an argument, or with one of another kind, writes nothing; an
+// unknown conversion is copied as it stands.
 [[nodiscard]] Text FormatWith(TextView format, std::initializer_list<FormatArgument> arguments);
 
 // Replaces %d (signed 32-bit number), %u (unsigned), %s (text) and %c (one UTF-16 unit) in turn by the
-// arguments, and %% by one percent sign. The formats that the system uses come from its own tables, not from users.
+// arguments, and %% by one percent sign. The formats that the system uses come from its own tables, not from
+// users.
 template <typename... Arguments>
 [[nodiscard]] Text Format(const WCHAR* format, const Arguments&... arguments) {
     return FormatWith(TextView(format), {FormatArgument(arguments)...});
@@ -105,10 +104,12 @@ template <typename... Arguments>
 // nothing.
 [[nodiscard]] Text ReplaceAll(const Text& text, const Text& old, const Text& replacement);
 
-// The parts of `list` between its commas, in order; a text without a comma is one part, so there is always one.
+// The parts of `list` between its commas, in order; a text without a comma is one part, so there is always
+// one.
 [[nodiscard]] std::vector<Text> SplitAtCommas(const Text& list);
 
-// A copy in upper or lower case, by the platform's rules (CharUpperW, CharLowerW), which the names of devices follow.
+// A copy in upper or lower case, by the platform's rules (CharUpperW, CharLowerW), which the names of devices
+// follow.
 [[nodiscard]] Text UpperCase(const Text& text);
 [[nodiscard]] Text LowerCase(const Text& text);
 

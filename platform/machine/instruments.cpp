@@ -11,7 +11,8 @@ namespace {
 
 thread_local unsigned current_process = 1;
 
-// Threads numbered in the order in which they first call the computer, so that a trace reads the same every run.
+// Threads numbered in the order in which they first call the computer, so that a trace reads the same every
+// run.
 unsigned CurrentThreadNumber() {
     static std::atomic<unsigned> next{1};
     thread_local const unsigned number = next++;
@@ -71,7 +72,12 @@ WideString ToWide(std::string_view text) {
     out.reserve(text.size());
     for (std::size_t at = 0; at < text.size();) {
         const auto lead = static_cast<unsigned char>(text[at++]);
-        const int more = lead < 0x80 ? 0 : lead < 0xC2 ? -1 : lead < 0xE0 ? 1 : lead < 0xF0 ? 2 : lead < 0xF5 ? 3 : -1;
+        const int more = lead < 0x80   ? 0
+                         : lead < 0xC2 ? -1
+                         : lead < 0xE0 ? 1
+                         : lead < 0xF0 ? 2
+                         : lead < 0xF5 ? 3
+                                       : -1;
         std::uint32_t point = more <= 0 ? lead : lead & (0x3FU >> more);
         int taken = 0;
         while (taken < more && at < text.size() && (static_cast<unsigned char>(text[at]) & 0xC0) == 0x80) {
@@ -123,8 +129,9 @@ std::string Describe(const GUID* guid) {
         return "null";
     std::array<char, 40> text{};
     std::snprintf(text.data(), text.size(), "{%08lX-%04X-%04X-%02X%02X-%02X%02X%02X%02X%02X%02X}",
-                  static_cast<unsigned long>(guid->Data1), guid->Data2, guid->Data3, guid->Data4[0], guid->Data4[1],
-                  guid->Data4[2], guid->Data4[3], guid->Data4[4], guid->Data4[5], guid->Data4[6], guid->Data4[7]);
+                  static_cast<unsigned long>(guid->Data1), guid->Data2, guid->Data3, guid->Data4[0],
+                  guid->Data4[1], guid->Data4[2], guid->Data4[3], guid->Data4[4], guid->Data4[5],
+                  guid->Data4[6], guid->Data4[7]);
     return text.data();
 }
 
@@ -252,7 +259,8 @@ Call::Call(const char* function, bool fallible, const std::function<std::string(
             if (!armed.fault.function.empty() && armed.fault.function != function)
                 continue;
             ++armed.seen;
-            const bool fires = armed.fault.for_good ? armed.seen >= armed.fault.nth : armed.seen == armed.fault.nth;
+            const bool fires =
+                armed.fault.for_good ? armed.seen >= armed.fault.nth : armed.seen == armed.fault.nth;
             if (fires && !fault_)
                 fault_ = armed.fault;
         }
@@ -307,8 +315,9 @@ void Call::Opened(const char* kind, std::uint64_t handle) {
 bool Call::Closed(const char* kind, std::uint64_t handle) {
     if (instruments_.open_.erase({kind, handle}) != 0)
         return true;
-    instruments_.bad_closings_.push_back("closed though not open: " + std::string(kind) + " " + Hexadecimal(handle) +
-                                         " by call " + std::to_string(number_) + ", " + function_);
+    instruments_.bad_closings_.push_back("closed though not open: " + std::string(kind) + " " +
+                                         Hexadecimal(handle) + " by call " + std::to_string(number_) + ", " +
+                                         function_);
     return false;
 }
 

@@ -89,9 +89,9 @@ class Instruments {
     [[nodiscard]] std::uint64_t FaultsFired() const;
 
     // --- power cut ---
-    // From the `nth` state-changing call on (1 is the next) nothing is stored any more: `on_cut` runs just before
-    // that call changes anything and takes the picture with which the computer can be opened again. The
-    // system under test goes on without noticing.
+    // From the `nth` state-changing call on (1 is the next) nothing is stored any more: `on_cut` runs just
+    // before that call changes anything and takes the picture with which the computer can be opened again.
+    // The system under test goes on without noticing.
     void CutPowerAt(std::uint64_t nth, std::function<void()> on_cut);
     // State-changing calls made since the last reset.
     [[nodiscard]] std::uint64_t Changes() const;
@@ -146,23 +146,24 @@ class SimulatedProcess {
 [[nodiscard]] std::string Describe(const GUID* guid);
 [[nodiscard]] std::string DescribeNumber(std::uint64_t value);
 template <typename Number>
-    requires(std::integral<Number> || std::is_enum_v<Number>)
-[[nodiscard]] std::string Describe(Number value) {
+requires(std::integral<Number> || std::is_enum_v<Number>) [[nodiscard]] std::string Describe(Number value) {
     return DescribeNumber(static_cast<std::uint64_t>(value));
 }
 
-// One simulated platform call, from its entry to its return. Every function that answers a platform name makes one
-// first thing; it takes the lock, counts and records the call and decides whether fault injection fails it:
+// One simulated platform call, from its entry to its return. Every function that answers a platform name
+// makes one first thing; it takes the lock, counts and records the call and decides whether fault injection
+// fails it:
 //
 //     LSTATUS RegCloseKey(HKEY key) {
 //         Call call("RegCloseKey", key);
-//         if (call.Faulted()) { ...close all the same...; return call.Return(call.FaultError(ERROR_GEN_FAILURE)); }
+//         if (call.Faulted()) { ...close all the same...; return
+//         call.Return(call.FaultError(ERROR_GEN_FAILURE)); }
 //         ...
 //         return call.Return(ERROR_SUCCESS);
 //     }
 //
-// Closing calls that are made to fail close all the same: the caller has done its part, and the ledger asks no
-// more of it. Simulated functions never call one another by platform names, so that one call of the system
+// Closing calls that are made to fail close all the same: the caller has done its part, and the ledger asks
+// no more of it. Simulated functions never call one another by platform names, so that one call of the system
 // under test is one record.
 class Call {
   public:
@@ -170,7 +171,8 @@ class Call {
     explicit Call(const char* function, const Arguments&... arguments)
         : Call(function, true, [&] { return Join({Describe(arguments)...}); }) {}
 
-    // A call that the platform gives no way to fail (CharLowerW, GetLastError ...): counted and traced, never faulted.
+    // A call that the platform gives no way to fail (CharLowerW, GetLastError ...): counted and traced, never
+    // faulted.
     template <typename... Arguments>
     static Call Infallible(const char* function, const Arguments&... arguments) {
         return Call(function, false, [&] { return Join({Describe(arguments)...}); });
@@ -186,7 +188,8 @@ class Call {
         return fault_ && fault_->error != 0 ? fault_->error : likely;
     }
 
-    // To be said before the first lasting change that the call makes (registry, database, names, drivers, devices).
+    // To be said before the first lasting change that the call makes (registry, database, names, drivers,
+    // devices).
     void Changing();
 
     // Enter a handle into the ledger, or take it out. Closed answers false, and notes a bad closing, when the
