@@ -1,0 +1,199 @@
+// Basic types of the platform.
+#pragma once
+#include <guiddef.h>
+#include <winresrc.h>
+
+#include <cstddef>
+#include <cstdint>
+
+#define WINAPI
+#define CALLBACK
+#define APIENTRY
+#define STDMETHODCALLTYPE
+#define STDAPICALLTYPE
+#define CONST const
+#define FAR
+#define IN
+#define OUT
+#define EXTERN_C extern "C"
+#define STDAPI EXTERN_C HRESULT STDAPICALLTYPE
+#define STDAPI_(type) EXTERN_C type STDAPICALLTYPE
+#define DECLSPEC_SELECTANY __attribute__((weak))
+#define UNREFERENCED_PARAMETER(parameter) ((void)(parameter))
+
+#define TRUE 1
+#define FALSE 0
+#ifndef NULL
+#define NULL 0
+#endif
+#define MAX_PATH 260
+
+typedef void VOID;
+typedef void* PVOID;
+typedef void* LPVOID;
+typedef const void* LPCVOID;
+typedef char CHAR;
+typedef CHAR* LPSTR;
+typedef CHAR* PSTR;
+typedef const CHAR* LPCSTR;
+typedef const CHAR* PCSTR;
+typedef char16_t WCHAR;
+typedef WCHAR TCHAR;
+typedef WCHAR OLECHAR;
+typedef WCHAR* LPWSTR;
+typedef WCHAR* PWSTR;
+typedef WCHAR* PWCHAR;
+typedef WCHAR* LPTSTR;
+typedef WCHAR* LPOLESTR;
+typedef WCHAR* BSTR;
+typedef const WCHAR* LPCWSTR;
+typedef const WCHAR* PCWSTR;
+typedef const WCHAR* LPCTSTR;
+typedef const WCHAR* LPCOLESTR;
+typedef WCHAR* PZZWSTR;
+typedef unsigned char BYTE;
+typedef BYTE* PBYTE;
+typedef BYTE* LPBYTE;
+typedef unsigned char UCHAR;
+typedef UCHAR* PUCHAR;
+typedef BYTE BOOLEAN;
+typedef std::int16_t SHORT;
+typedef std::uint16_t USHORT;
+typedef std::uint16_t WORD;
+typedef WORD* PWORD;
+typedef WORD* LPWORD;
+typedef WORD ATOM;
+typedef WORD LANGID;
+typedef std::int32_t INT;
+typedef std::int32_t LONG;
+typedef LONG* PLONG;
+typedef LONG* LPLONG;
+typedef std::uint32_t UINT;
+typedef UINT* PUINT;
+typedef std::uint32_t ULONG;
+typedef ULONG* PULONG;
+typedef std::uint32_t DWORD;
+typedef DWORD* PDWORD;
+typedef DWORD* LPDWORD;
+typedef DWORD LCID;
+typedef DWORD COLORREF;
+typedef DWORD REGSAM;
+typedef DWORD ACCESS_MASK;
+typedef REGSAM* PREGSAM;
+typedef int BOOL;
+typedef BOOL* PBOOL;
+typedef BOOL* LPBOOL;
+typedef float FLOAT;
+typedef std::int64_t LONGLONG;
+typedef std::uint64_t ULONGLONG;
+typedef std::uint64_t DWORDLONG;
+typedef std::int64_t INT_PTR;
+typedef std::uint64_t UINT_PTR;
+typedef std::int64_t LONG_PTR;
+typedef std::uint64_t ULONG_PTR;
+typedef ULONG_PTR* PULONG_PTR;
+typedef ULONG_PTR DWORD_PTR;
+typedef DWORD_PTR* PDWORD_PTR;
+typedef ULONG_PTR SIZE_T;
+typedef std::int32_t HRESULT;
+typedef LONG LSTATUS;
+typedef UINT_PTR WPARAM;
+typedef LONG_PTR LPARAM;
+typedef LONG_PTR LRESULT;
+
+typedef union _LARGE_INTEGER {
+    struct {
+        DWORD LowPart;
+        LONG HighPart;
+    } u;
+    LONGLONG QuadPart;
+} LARGE_INTEGER, *PLARGE_INTEGER;
+
+typedef struct _FILETIME {
+    DWORD dwLowDateTime;
+    DWORD dwHighDateTime;
+} FILETIME, *PFILETIME, *LPFILETIME;
+
+#define TEXT(text) u##text
+#define _T(text) u##text
+#define OLESTR(text) u##text
+
+#define DECLARE_HANDLE(name) \
+    struct name##__ {        \
+        int unused;          \
+    };                       \
+    typedef struct name##__* name
+
+typedef void* HANDLE;
+typedef HANDLE* PHANDLE;
+typedef HANDLE* LPHANDLE;
+typedef HANDLE HGLOBAL;
+typedef HANDLE HLOCAL;
+typedef void* HGDIOBJ;
+DECLARE_HANDLE(HWND);
+DECLARE_HANDLE(HKEY);
+typedef HKEY* PHKEY;
+DECLARE_HANDLE(HINSTANCE);
+typedef HINSTANCE HMODULE;
+DECLARE_HANDLE(HRSRC);
+DECLARE_HANDLE(HMENU);
+DECLARE_HANDLE(HDC);
+DECLARE_HANDLE(HICON);
+typedef HICON HCURSOR;
+DECLARE_HANDLE(HBRUSH);
+DECLARE_HANDLE(HBITMAP);
+DECLARE_HANDLE(HFONT);
+DECLARE_HANDLE(HPEN);
+DECLARE_HANDLE(HRGN);
+DECLARE_HANDLE(HPALETTE);
+DECLARE_HANDLE(HHOOK);
+DECLARE_HANDLE(HACCEL);
+DECLARE_HANDLE(HMONITOR);
+#define INVALID_HANDLE_VALUE ((HANDLE)(LONG_PTR)-1)
+
+typedef INT_PTR (*FARPROC)();
+
+typedef struct tagPOINT {
+    LONG x;
+    LONG y;
+} POINT, *PPOINT, *LPPOINT;
+typedef struct tagSIZE {
+    LONG cx;
+    LONG cy;
+} SIZE, *PSIZE, *LPSIZE;
+typedef struct tagRECT {
+    LONG left;
+    LONG top;
+    LONG right;
+    LONG bottom;
+} RECT, *PRECT, *LPRECT;
+typedef const RECT* LPCRECT;
+
+#define MAKEWORD(low, high) \
+    ((WORD)(((BYTE)((DWORD_PTR)(low)&0xff)) | ((WORD)((BYTE)((DWORD_PTR)(high)&0xff))) << 8))
+#define MAKELONG(low, high) \
+    ((LONG)(((WORD)((DWORD_PTR)(low)&0xffff)) | ((DWORD)((WORD)((DWORD_PTR)(high)&0xffff))) << 16))
+#define LOWORD(value) ((WORD)((DWORD_PTR)(value)&0xffff))
+#define HIWORD(value) ((WORD)(((DWORD_PTR)(value) >> 16) & 0xffff))
+#define LOBYTE(value) ((BYTE)((DWORD_PTR)(value)&0xff))
+#define HIBYTE(value) ((BYTE)(((DWORD_PTR)(value) >> 8) & 0xff))
+#define MAKEWPARAM(low, high) ((WPARAM)(DWORD)MAKELONG(low, high))
+#define MAKELPARAM(low, high) ((LPARAM)(DWORD)MAKELONG(low, high))
+#define MAKELRESULT(low, high) ((LRESULT)(DWORD)MAKELONG(low, high))
+#define RGB(r, g, b) ((COLORREF)(((BYTE)(r) | ((WORD)((BYTE)(g)) << 8)) | (((DWORD)(BYTE)(b)) << 16)))
+#define GetRValue(rgb) (LOBYTE(rgb))
+#define GetGValue(rgb) (LOBYTE(((WORD)(rgb)) >> 8))
+#define GetBValue(rgb) (LOBYTE((rgb) >> 16))
+
+#define MAKELANGID(primary, sub) ((((WORD)(sub)) << 10) | (WORD)(primary))
+#define MAKELCID(language, sort) ((DWORD)((((DWORD)((WORD)(sort))) << 16) | ((DWORD)((WORD)(language)))))
+#define SORT_DEFAULT 0x0
+#define LANG_SYSTEM_DEFAULT (MAKELANGID(LANG_NEUTRAL, SUBLANG_SYS_DEFAULT))
+#define LANG_USER_DEFAULT (MAKELANGID(LANG_NEUTRAL, SUBLANG_DEFAULT))
+#define LOCALE_SYSTEM_DEFAULT (MAKELCID(LANG_SYSTEM_DEFAULT, SORT_DEFAULT))
+#define LOCALE_USER_DEFAULT (MAKELCID(LANG_USER_DEFAULT, SORT_DEFAULT))
+#define LOCALE_NEUTRAL (MAKELCID(MAKELANGID(LANG_NEUTRAL, SUBLANG_NEUTRAL), SORT_DEFAULT))
+
+#define MAKEINTRESOURCEW(id) ((LPWSTR)((ULONG_PTR)((WORD)(id))))
+#define MAKEINTRESOURCE MAKEINTRESOURCEW
+#define IS_INTRESOURCE(name) ((((ULONG_PTR)(name)) >> 16) == 0)
