@@ -1,0 +1,28 @@
+#include "install/card_coinstaller.h"
+
+#include "install/coinstaller.h"
+#include "install/port_backup.h"
+#include "install/uninstall_program.h"
+
+namespace qx {
+
+namespace {
+
+void BeforeInstall(HDEVINFO set, SP_DEVINFO_DATA& adapter) {
+    SavePortBackups(set, adapter);
+}
+
+void BeforeRemove(HDEVINFO set, SP_DEVINFO_DATA& adapter) {
+    RunUninstallProgram(set, adapter, false);
+}
+
+constexpr CoinstallerActions kCardActions{&BeforeInstall, nullptr, &BeforeRemove};
+
+}  // namespace
+
+}  // namespace qx
+
+DWORD CALLBACK QxUCoInstallCard(DI_FUNCTION request, HDEVINFO set, PSP_DEVINFO_DATA device,
+                                PCOINSTALLER_CONTEXT_DATA context) noexcept {
+    return qx::AnswerInstaller(qx::kCardActions, request, set, device, context);
+}

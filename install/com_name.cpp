@@ -1,0 +1,98 @@
+#include "install/com_name.h"
+
+#include "base/handles.h"
+#include "base/module_instance.h"
+#include "device_records/registry_layout.h"
+#include "device_records/utils.h"
+#include "install/device_helpers.h"
+#include "install/dos_device_names.h"
+#include "install/fixed_com_numbers.h"
+#include "install/port_database.h"
+#include "module/resource.h"
+
+namespace qx {
+
+namespace {
+
+// Asks whether to go on all the same; anything but No means yes.
+bool GoOn(HWND owner, UINT question) {
+    return MessageBoxW(owner, LoadText(question).c_str(), TEXT("Error"), MB_YESNO | MB_ICONINFORMATION) !=
+           IDNO;
+}
+
+}  // namespace
+
+bool CCOMPortUtil::RenameComPort(Text new_name, HWND owner, bool confirm_if_open, bool reenumerate) {
+    const Text hardware_id = PortHardwareId(Element().DevInst);
+    Text old_name;
+    if (!GetDeviceString(kPortName, old_name))
+        return false;
+    if (old_name == new_name)
+        return true;
+    const auto old_number = static_cast<DWORD>(ComNumberOf(old_name));
+    const auto new_number = static_cast<DWORD>(ComNumberOf(new_name));
+
+    if (confirm_if_open && !CUtils().CanOpenPort(old_name) && !GoOn(owner, IDS_PORT_OPEN))
+        return true;
+
+    // The database stays open from the look at the number to the claim, so that nobody's claim comes in
+    // between.
+    {
+        const PortDatabaseSession session(*this);
+        if (!IsPortFree(new_number)) {
+            // A fixed-number product's software finds its ports by number, so there is nothing to ask.
+            if (IsFixedNumberProduct(hardware_id))
+                static_cast<void>(ReleasePort(new_number));
+            else if (!GoOn(owner, IDS_NAME_IN_USE))
+                return true;
+        }
+        // First what can fail without harm: a port whose DOS name does not move keeps its old name
+        // everywhere.
+        if (!MoveDosDeviceName(old_name, new_name))
+            return false;
+        // From here on the port answers to its new name, so nothing turns back, whatever the database says: a
+        // port that opens under a name without a claim is of more use than one whose name leads nowhere.
+        static_cast<void>(ReleasePort(old_number));
+        static_cast<void>(ClaimPort(new_number, true));
+    }
+
+    Text friendly_name;
+    if (!GetFriendlyName(friendly_name) || !SetFriendlyName(ReplaceAll(friendly_name, old_name, new_name)))
+        return false;
+    if (!SetDeviceString(kPortName, new_name))
+        return false;
+    WriteDefaultPortsEntry(DeviceSet(), Element());
+    MarkPropertyChangePending(DeviceSet(), Element());
+    if (reenumerate)
+        static_cast<void>(ReenumerateDevice({}));
+    return true;
+}
+
+bool CCOMPortUtil::RemoveDosDeviceName() {
+    Text name;
+    if (!GetDeviceString(kPortName, name))
+        return false;
+    const std::optional<Text> target = TargetOfDosName(name);
+    if (!target || !RemoveDosName(name, *target))
+        return false;
+    const PortDatabaseSession session(*this);
+    static_cast<void>(ReleasePort(static_cast<DWORD>(ComNumberOf(name))));
+    return true;
+}
+
+void WriteDefaultPortsEntry(HDEVINFO set, const SP_DEVINFO_DATA& port) {
+    static constexpr WCHAR kDefaultSettings[] = TEXT("9600,n,8,1");
+    Text name;
+    if (!ReadDeviceString(set, port, kPortName, name))
+        return;
+    RegistryKey ports;
+    if (RegCreateKeyExW(HKEY_LOCAL_MACHINE, kPortsKey, 0, nullptr, REG_OPTION_NON_VOLATILE,
+                        KEY_READ | KEY_WRITE, nullptr, ports.Put(), nullptr) != ERROR_SUCCESS)
+        return;
+    const Text entry = name + Text(TEXT(":"));
+    static_cast<void>(RegSetValueExW(ports.Get(), entry.c_str(), 0, REG_SZ,
+                                     reinterpret_cast<const BYTE*>(kDefaultSettings),
+                                     sizeof(kDefaultSettings)));
+}
+
+}  // namespace qx

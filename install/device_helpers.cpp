@@ -1,0 +1,142 @@
+#include "install/device_helpers.h"
+
+#include "base/handles.h"
+#include "device_records/device_reg_info.h"
+
+#include <vector>
+
+namespace qx {
+
+namespace {
+
+HardwareKey OpenHardwareKey(HDEVINFO set, const SP_DEVINFO_DATA& device, REGSAM access) {
+    SP_DEVINFO_DATA element = device;
+    return HardwareKey(SetupDiOpenDevRegKey(set, &element, DICS_FLAG_GLOBAL, 0, DIREG_DEV, access));
+}
+
+// Hands the class installer the request to bring the device to `state` for every hardware profile or, where
+// that is refused, for the current one.
+bool RequestState(HDEVINFO set, SP_DEVINFO_DATA& device, DWORD state) {
+    for (const DWORD scope : {DWORD{DICS_FLAG_GLOBAL}, DWORD{DICS_FLAG_CONFIGSPECIFIC}}) {
+        SP_PROPCHANGE_PARAMS request{};
+        request.ClassInstallHeader.cbSize = sizeof(request.ClassInstallHeader);
+        request.ClassInstallHeader.InstallFunction = DIF_PROPERTYCHANGE;
+        request.StateChange = state;
+        request.Scope = scope;
+        request.HwProfile = 0;
+        if (SetupDiSetClassInstallParamsW(set, &device, &request.ClassInstallHeader, sizeof(request)))
+            return true;
+    }
+    return false;
+}
+
+void ChangeState(HDEVINFO set, SP_DEVINFO_DATA& device, DWORD state) {
+    SP_DEVINSTALL_PARAMS_W parameters{};
+    parameters.cbSize = sizeof(parameters);
+    if (!SetupDiGetDeviceInstallParamsW(set, &device, &parameters))
+        return;
+    parameters.Flags |= DI_PROPERTIES_CHANGE;
+    if (!SetupDiSetDeviceInstallParamsW(set, &device, &parameters))
+        return;
+    if (RequestState(set, device, state))
+        static_cast<void>(SetupDiCallClassInstaller(DIF_PROPERTYCHANGE, set, &device));
+}
+
+// One step through the device tree with `step`, a CM_Get_... function.
+template <typename Step>
+std::optional<DEVINST> Neighbour(Step step, DEVINST device) {
+    DEVINST neighbour = 0;
+    if (step(&neighbour, device, 0) != CR_SUCCESS)
+        return std::nullopt;
+    return neighbour;
+}
+
+}  // namespace
+
+bool ReadDeviceString(HDEVINFO set, const SP_DEVINFO_DATA& device, const Text& name, Text& value) {
+    return CQXDeviceRegInfo(set, device).GetDeviceString(name, value);
+}
+
+bool ReadDeviceDword(HDEVINFO set, const SP_DEVINFO_DATA& device, const Text& name, DWORD& value) {
+    const HardwareKey key = OpenHardwareKey(set, device, GENERIC_READ);
+    if (!key)
+        return false;
+    DWORD number = 0;
+    DWORD size = sizeof(number);
+    if (RegQueryValueExW(key.Get(), name.c_str(), nullptr, nullptr, reinterpret_cast<BYTE*>(&number),
+                         &size) != ERROR_SUCCESS)
+        return false;
+    value = number;
+    return true;
+}
+
+bool WriteDeviceDword(HDEVINFO set, const SP_DEVINFO_DATA& device, const Text& name, DWORD value) {
+    const HardwareKey key = OpenHardwareKey(set, device, GENERIC_WRITE);
+    return key && RegSetValueExW(key.Get(), name.c_str(), 0, REG_DWORD, reinterpret_cast<const BYTE*>(&value),
+                                 sizeof(value)) == ERROR_SUCCESS;
+}
+
+bool DisableDevice(HDEVINFO set, SP_DEVINFO_DATA& device) {
+    ChangeState(set, device, DICS_DISABLE);
+    return true;
+}
+
+bool EnableDevice(HDEVINFO set, SP_DEVINFO_DATA& device) {
+    ChangeState(set, device, DICS_ENABLE);
+    return true;
+}
+
+bool MarkPropertyChangePending(HDEVINFO set, SP_DEVINFO_DATA& device) {
+    SP_DEVINSTALL_PARAMS_W parameters{};
+    parameters.cbSize = sizeof(parameters);
+    if (SetupDiGetDeviceInstallParamsW(set, &device, &parameters)) {
+        parameters.FlagsEx |= DI_FLAGSEX_PROPCHANGE_PENDING;
+        static_cast<void>(SetupDiSetDeviceInstallParamsW(set, &device, &parameters));
+    }
+    return true;
+}
+
+bool ReenumerateDevice(const Text& instance_id) {
+    // The platform does not write to the id, though it takes it as if it did.
+    auto* const id = instance_id.empty() ? nullptr : const_cast<WCHAR*>(instance_id.c_str());
+    DEVINST node = 0;
+    return CM_Locate_DevNodeW(&node, id, 0) == CR_SUCCESS && CM_Reenumerate_DevNode(node, 0) == CR_SUCCESS;
+}
+
+std::optional<DEVINST> ParentOf(DEVINST device) {
+    return Neighbour(CM_Get_Parent, device);
+}
+
+std::optional<DEVINST> FirstChildOf(DEVINST device) {
+    return Neighbour(CM_Get_Child, device);
+}
+
+std::optional<DEVINST> NextSiblingOf(DEVINST device) {
+    return Neighbour(CM_Get_Sibling, device);
+}
+
+std::optional<Text> InstanceIdOf(DEVINST device) {
+    ULONG length = 0;
+    if (CM_Get_Device_ID_Size(&length, device, 0) != CR_SUCCESS)
+        return std::nullopt;
+    std::vector<WCHAR> id(std::size_t{length} + 1);
+    if (CM_Get_Device_IDW(device, id.data(), length + 1, 0) != CR_SUCCESS)
+        return std::nullopt;
+    return Text::FromBuffer(id.data(), id.size());
+}
+
+bool IsStarted(DEVINST device) {
+    ULONG status = 0;
+    ULONG problem = 0;
+    return CM_Get_DevNode_Status(&status, &problem, device, 0) == CR_SUCCESS && (status & DN_STARTED) != 0;
+}
+
+std::optional<SP_DEVINFO_DATA> OpenDeviceIn(HDEVINFO set, const Text& instance_id) {
+    SP_DEVINFO_DATA device{};
+    device.cbSize = sizeof(device);
+    if (!SetupDiOpenDeviceInfoW(set, instance_id.c_str(), nullptr, 0, &device))
+        return std::nullopt;
+    return device;
+}
+
+}  // namespace qx

@@ -1,0 +1,58 @@
+// The small operations on a device that all of installation is made of.
+//
+// A device is a device-information set and an element of it, both the caller's; nothing is kept after the
+// call. Its hardware key is the "Device Parameters" key, where a port's settings and its COM name live.
+#pragma once
+
+#include "base/text.h"
+
+#include <cfgmgr32.h>
+#include <setupapi.h>
+
+#include <optional>
+
+namespace qx {
+
+// Reads the text value `name` of the device's hardware key. The stored type is not looked at, and at most 150
+// characters fit. False when the key or the value cannot be had; `value` keeps what it held then.
+[[nodiscard]] bool ReadDeviceString(HDEVINFO set, const SP_DEVINFO_DATA& device, const Text& name,
+                                    Text& value);
+
+// Reads a value of at most four bytes as a number; otherwise as ReadDeviceString.
+[[nodiscard]] bool ReadDeviceDword(HDEVINFO set, const SP_DEVINFO_DATA& device, const Text& name,
+                                   DWORD& value);
+
+// Stores a REG_DWORD in the device's hardware key. True when it was written.
+[[nodiscard]] bool WriteDeviceDword(HDEVINFO set, const SP_DEVINFO_DATA& device, const Text& name,
+                                    DWORD value);
+
+// Stop and start a device through the class installer: only a device that starts reads its new COM name. A
+// platform that refuses leaves the device as it was; the name then takes effect at the next start of the
+// computer, which is no reason to fail an installation, so both always report true.
+bool DisableDevice(HDEVINFO set, SP_DEVINFO_DATA& device);
+bool EnableDevice(HDEVINFO set, SP_DEVINFO_DATA& device);
+
+// Tells the device manager that the device's properties have changed, so that it draws the device afresh.
+// Always true, for the reason above.
+bool MarkPropertyChangePending(HDEVINFO set, SP_DEVINFO_DATA& device);
+
+// Has the platform look again at what is below the device with this instance id; the empty id stands for the
+// root of the device tree. True when the device exists and the platform agreed.
+bool ReenumerateDevice(const Text& instance_id);
+
+// The neighbours of a device in the device tree; none at the tree's ends or when the platform cannot say.
+[[nodiscard]] std::optional<DEVINST> ParentOf(DEVINST device);
+[[nodiscard]] std::optional<DEVINST> FirstChildOf(DEVINST device);
+[[nodiscard]] std::optional<DEVINST> NextSiblingOf(DEVINST device);
+
+// The device's instance id, which names it for as long as it stays in its place; none when the platform
+// cannot say.
+[[nodiscard]] std::optional<Text> InstanceIdOf(DEVINST device);
+
+// Whether the device is known to run. A device whose driver is still to come does not.
+[[nodiscard]] bool IsStarted(DEVINST device);
+
+// Adds the device with this id to `set`; none when the platform refuses.
+[[nodiscard]] std::optional<SP_DEVINFO_DATA> OpenDeviceIn(HDEVINFO set, const Text& instance_id);
+
+}  // namespace qx

@@ -1,0 +1,18 @@
+#include "install/driver_update_refusal.h"
+
+#include "base/module_instance.h"
+#include "install/device_helpers.h"
+#include "module/resource.h"
+
+namespace qx {
+
+DWORD AnswerDriverUpdate(HDEVINFO set, const SP_DEVINFO_DATA& device) {
+    Text no_upgrade;
+    if (!ReadDeviceString(set, device, TEXT("NoUpgrade"), no_upgrade) || ParseDecimal(no_upgrade.view()) != 1)
+        return NO_ERROR;
+    static_cast<void>(
+        MessageBoxW(nullptr, LoadText(IDS_UPDATE_PARENT_DRIVER).c_str(), TEXT("Tessel"), MB_ICONHAND));
+    return ERROR_DI_DONT_INSTALL;
+}
+
+}  // namespace qx

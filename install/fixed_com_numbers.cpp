@@ -1,0 +1,128 @@
+#include "install/fixed_com_numbers.h"
+
+#include "base/handles.h"
+#include "device_records/com_port_util.h"
+#include "device_records/registry_layout.h"
+#include "install/device_helpers.h"
+#include "install/port_database.h"
+#include "install/product_data.h"
+
+#include <initguid.h>
+
+#include <devguid.h>
+
+#include <algorithm>
+#include <optional>
+
+namespace qx {
+
+namespace {
+
+// COM1 to COM4 are left to what is built into computers.
+constexpr DWORD kFirstNumberAside = 5;
+constexpr DWORD kLastNumberAside = 254;
+
+Text HardwareIdWithin(const Text& instance_id) {
+    const TextView id = instance_id.view();
+    const std::size_t first = id.find('\\');
+    const std::size_t second = first == TextView::npos ? first : id.find('\\', first + 1);
+    if (second == TextView::npos)
+        return {};
+    return UpperCase(Text(id.substr(0, second)));
+}
+
+const FixedComNumber* FindProduct(const Text& port_hardware_id) {
+    const auto* const row = std::ranges::find_if(FixedComNumberTable, [&](const FixedComNumber& product) {
+        return port_hardware_id == product.port_hardware_id;
+    });
+    return row == FixedComNumberTable.end() ? nullptr : row;
+}
+
+}  // namespace
+
+Text PortHardwareId(DEVINST port) {
+    const std::optional<DEVINST> parent = ParentOf(port);
+    const std::optional<Text> parent_id = parent ? InstanceIdOf(*parent) : std::nullopt;
+    return parent_id ? HardwareIdWithin(*parent_id) : Text();
+}
+
+bool IsFixedNumberProduct(const Text& port_hardware_id) {
+    return FindProduct(port_hardware_id) != nullptr;
+}
+
+bool ApplyFixedComNumber(HDEVINFO set, SP_DEVINFO_DATA& port) {
+    // Nothing is written through this key. It tells whether this installation may write to the port's
+    // settings at all: without that right, other devices must not lose their names to a port that cannot take
+    // them.
+    const HardwareKey key(SetupDiOpenDevRegKey(set, &port, DICS_FLAG_GLOBAL, 0, DIREG_DEV, GENERIC_WRITE));
+    if (!key)
+        return false;
+    const std::optional<DEVINST> parent_node = ParentOf(port.DevInst);
+    const std::optional<Text> parent_id = parent_node ? InstanceIdOf(*parent_node) : std::nullopt;
+    if (!parent_id)
+        return false;
+    const Text hardware_id = HardwareIdWithin(*parent_id);
+
+    const DeviceSet parent_set(SetupDiCreateDeviceInfoList(nullptr, nullptr));
+    if (!parent_set)
+        return false;
+    std::optional<SP_DEVINFO_DATA> parent = OpenDeviceIn(parent_set.Get(), *parent_id);
+    if (!parent)
+        return false;
+
+    Text name;
+    if (!ReadDeviceString(set, port, kPortName, name))
+        return false;
+    const FixedComNumber* const product = FindProduct(hardware_id);
+    if (product == nullptr)
+        return false;
+    if (static_cast<DWORD>(ComNumberOf(name)) == product->com_number)
+        return true;
+    const bool forced = ForceComNumber(set, port, product->com_number);
+    if (forced) {
+        DisableDevice(parent_set.Get(), *parent);
+        EnableDevice(parent_set.Get(), *parent);
+    }
+    return forced;
+}
+
+bool ForceComNumber(HDEVINFO set, const SP_DEVINFO_DATA& port, DWORD number) {
+    CCOMPortUtil port_util(set, port);
+    const Text name = ComNameOf(number);
+    PortDatabaseSession session(port_util);
+    const bool free = port_util.IsPortFree(number);
+    session.Close();
+    // A number that nobody can be found for is taken from whoever claimed it; the rename does not ask for
+    // these ports.
+    if (!free)
+        static_cast<void>(MoveNameHolderAside(name, kFirstNumberAside));
+    static_cast<void>(port_util.RenameComPort(name, nullptr, false, false));
+    return true;
+}
+
+bool MoveNameHolderAside(const Text& name, DWORD start) {
+    // Devices that are not plugged in count too: their name is taken until they are uninstalled.
+    const DeviceSet devices(SetupDiGetClassDevsW(&GUID_DEVCLASS_PORTS, nullptr, nullptr, DIGCF_ALLCLASSES));
+    if (!devices)
+        return false;
+    SP_DEVINFO_DATA device{};
+    device.cbSize = sizeof(device);
+    for (DWORD index = 0; SetupDiEnumDeviceInfo(devices.Get(), index, &device); ++index) {
+        Text held;
+        if (!ReadDeviceString(devices.Get(), device, kPortName, held) || held != name)
+            continue;
+        CCOMPortUtil holder(devices.Get(), device);
+        PortDatabaseSession session(holder);
+        const std::optional<DWORD> number = FirstFreeNumber(holder, start, kLastNumberAside);
+        session.Close();
+        // With every number taken the holder keeps its name: giving it a name that a third device uses would
+        // break two devices where one loses its number.
+        if (!number)
+            return false;
+        static_cast<void>(holder.RenameComPort(ComNameOf(*number), nullptr, false, false));
+        return true;
+    }
+    return false;
+}
+
+}  // namespace qx

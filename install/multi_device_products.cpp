@@ -1,0 +1,16 @@
+#include "install/multi_device_products.h"
+
+#include "install/product_data.h"
+
+#include <algorithm>
+
+namespace qx {
+
+bool IsMultiDeviceProduct(const Text& instance_id) {
+    const Text id = UpperCase(instance_id);
+    return id.Contains(TEXT("USB")) && std::ranges::any_of(MultiDeviceProductIds, [&](const WCHAR* product) {
+               return id.Contains(product);
+           });
+}
+
+}  // namespace qx
