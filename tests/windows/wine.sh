@@ -37,7 +37,7 @@ limited() { # SECONDS LOG COMMAND...
     timeout -k 5 "$seconds" "$@" >"$log" 2>&1 </dev/null
 }
 
-running() { [ -s "$dir/pid" ] && kill -0 "$(cat "$dir/pid")" 2>/dev/null && [ -s "$dir/display" ]; }
+running() { kill -0 "$(cat "$dir/pid" 2>/dev/null)" 2>/dev/null && [ -s "$dir/display" ]; }
 
 # Display and server under one keeper, which ends the display when the server has ended.
 keep() {
@@ -73,7 +73,9 @@ start() {
     DISPLAY=:$(cat "$dir/display")
     export DISPLAY
     if [ ! -f "$dir/ready" ]; then
-        limited 120 "$dir/wineboot.log" "$wine" wineboot --init 8>&- || die "no prefix: $(tail -n 3 "$dir/wineboot.log")"
+        # The first program makes the prefix. (A wineboot of our own would be a second one beside that, and two of them start
+        # the services twice.)
+        limited 120 "$dir/boot.log" "$wine" cmd /c ver 8>&- || die "no prefix: $(tail -n 3 "$dir/boot.log")"
         # Without a window manager the window system's own frames are drawn by Wine itself.
         limited 30 "$dir/reg.log" "$wine" reg add 'HKCU\Software\Wine\X11 Driver' /v Managed /d N /f 8>&- ||
             die "no registry: $(cat "$dir/reg.log")"
