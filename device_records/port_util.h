@@ -1,0 +1,42 @@
+// One open handle of the operating system's COM port database.
+#pragma once
+
+#include "base/text.h"
+
+#include <msports.h>
+
+#include <vector>
+
+namespace qx {
+
+// Wraps the database in which the operating system keeps which COM numbers are claimed. Every operation
+// answers true on success and shows nothing to the user.
+//
+// The destructor does not close the database, unlike every other owner of a handle here: the holder is copied
+// together with the port's record (CCOMPortUtil), and the database must never stay open from one request of
+// the platform to the next, because other installers wait for it. So whoever opens it closes it within the
+// same operation, on every path.
+class CPortUtil {
+  public:
+    // Opens the database, creating it on a machine that has none. On failure the holder counts as unopened.
+    [[nodiscard]] bool OpenPortDatabase() noexcept;
+    // Closes it; the holder is unopened afterwards. False on an unopened holder. Callers that are done with
+    // the database have no use for the result.
+    bool ClosePortDatabase() noexcept;
+    // Claims a COM number. With `force` a number that another device has claimed already is no failure;
+    // `forced`, when given, tells after a success whether the platform had to force the claim.
+    bool ClaimPort(DWORD number, bool force, bool* forced = nullptr) noexcept;
+    // Gives a COM number back.
+    bool ReleasePort(DWORD number) noexcept;
+    // Whether nobody has claimed the number, by a fresh look at the database. False for numbers outside 1 to
+    // 256, on an unopened holder and when the database does not answer.
+    [[nodiscard]] bool IsPortFree(DWORD number) const noexcept;
+    // COM1 to COM255 for a choice box, those that are claimed marked " (in use)", except `current`: the port
+    // holds its own number. Empty on an unopened holder and when the database does not answer.
+    [[nodiscard]] std::vector<Text> ListComNames(const Text& current) const;
+
+  private:
+    HCOMDB database_ = HCOMDB_INVALID_HANDLE_VALUE;
+};
+
+}  // namespace qx

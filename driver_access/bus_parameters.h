@@ -1,0 +1,32 @@
+// The parameter set of an adapter's bus side.
+#pragma once
+
+#include "driver_access/information_set.h"
+
+namespace qx {
+
+// What the bus driver keeps for a port, as 14 elements in the drivers' order: USB transfers, FIFO sizes, and
+// the latency policy with the positions of its sliders. Meaningful after a successful read.
+class CQxUBusUserModeInterface : public CSsInformationSet {
+  public:
+    // Registers the elements; one that cannot be registered for want of memory is left out.
+    CQxUBusUserModeInterface() noexcept;
+    ~CQxUBusUserModeInterface() override = default;
+
+    DWORD USB_TxTransferSize = 0;  // bytes
+    DWORD USB_RxTransferSize = 0;  // bytes
+    DWORD USB_LatencyTimer = 0;    // milliseconds
+    StringHolder InterfaceType;    // the adapter's interface kind, shown as it is
+    DWORD RxFifoSize = 0;          // bytes
+    DWORD TxFifoSize = 0;          // bytes
+    DWORD MaximumBaudRate = 0;     // bits per second
+    DWORD PolicyType = 0;          // 0 = latency has priority, 1 = CPU usage has priority
+    DWORD MaximumLatency = 0;      // milliseconds
+    DWORD MaximumLatencySliderPos = 0;
+    DWORD MaximumLatencyFineTuning = 0;
+    DWORD LowCpuUsageFineTuning = 0;
+    DWORD PortType = 0;
+    DWORD SoftTxLimit = 0;
+};
+
+}  // namespace qx

@@ -1,0 +1,38 @@
+// Finds the control device that the port driver publishes for a port.
+#pragma once
+
+#include "base/handles.h"
+#include "base/text.h"
+
+namespace qx {
+
+// Looks for one device interface of one interface class. The set of the class's interfaces is opened by the
+// search and stays open until the object is destroyed.
+class CQxSetupDi_DeviceInterface {
+  public:
+    explicit CQxSetupDi_DeviceInterface(const GUID& interface_class) noexcept
+        : interface_class_(interface_class) {}
+    virtual ~CQxSetupDi_DeviceInterface() = default;
+    CQxSetupDi_DeviceInterface(const CQxSetupDi_DeviceInterface&) = delete;
+    CQxSetupDi_DeviceInterface& operator=(const CQxSetupDi_DeviceInterface&) = delete;
+
+    // Walks the opened set for the interface whose path ends, behind its last backslash, in `pattern`
+    // (letter case does not count) and keeps that path. False when there is none, when the platform fails,
+    // or when the set is not open.
+    [[nodiscard]] bool FindInterfacePath(Text pattern) noexcept;
+
+    // The path of the interface that was found, as the platform spells it; empty before that.
+    [[nodiscard]] const Text& InterfacePath() const noexcept { return interface_path_; }
+
+  protected:
+    // Opens the set of the present interfaces of the class. On failure one line with the error code goes to
+    // standard output, the only trace that a support engineer finds of it.
+    [[nodiscard]] bool OpenInterfaceSet() noexcept;
+
+  private:
+    GUID interface_class_;
+    DeviceSet interface_set_;
+    Text interface_path_;
+};
+
+}  // namespace qx
