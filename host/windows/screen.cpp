@@ -1,0 +1,124 @@
+#include "host/windows/screen.h"
+
+#include <commctrl.h>
+
+#include <cwchar>
+#include <string>
+
+namespace qxhost {
+
+namespace {
+
+constexpr DWORD kPictureMilliseconds = 20'000;
+
+// Keeps the thread's windows alive for a while without taking part in their dialogs: painting and timers
+// only, so that no step of a user comes in between.
+void Idle(DWORD milliseconds) {
+    const ULONGLONG end = GetTickCount64() + milliseconds;
+    for (ULONGLONG now = GetTickCount64(); now < end; now = GetTickCount64()) {
+        MSG message;
+        while (PeekMessageW(&message, nullptr, WM_PAINT, WM_PAINT, PM_REMOVE) ||
+               PeekMessageW(&message, nullptr, WM_TIMER, WM_TIMER, PM_REMOVE) ||
+               PeekMessageW(&message, nullptr, WM_MOUSEFIRST, WM_MOUSELAST, PM_REMOVE))
+            DispatchMessageW(&message);
+        MsgWaitForMultipleObjects(0, nullptr, FALSE, 10, QS_PAINT | QS_TIMER | QS_MOUSE);
+    }
+}
+
+BOOL CALLBACK Redraw(HWND window, LPARAM) {
+    RedrawWindow(window, nullptr, nullptr,
+                 RDW_INVALIDATE | RDW_ERASE | RDW_FRAME | RDW_ALLCHILDREN | RDW_UPDATENOW);
+    return TRUE;
+}
+
+BOOL CALLBACK FindTip(HWND window, LPARAM place) {
+    WCHAR name[64];
+    if (IsWindowVisible(window) && GetClassNameW(window, name, 64) > 0 &&
+        wcscmp(name, TOOLTIPS_CLASSW) == 0) {
+        *reinterpret_cast<HWND*>(place) = window;
+        return FALSE;
+    }
+    return TRUE;
+}
+
+HWND VisibleTip() {
+    HWND tip = nullptr;
+    EnumThreadWindows(GetCurrentThreadId(), FindTip, reinterpret_cast<LPARAM>(&tip));
+    return tip;
+}
+
+}  // namespace
+
+bool PictureOf(HWND window, const std::filesystem::path& file) {
+    EnumThreadWindows(GetCurrentThreadId(), Redraw, 0);
+    Idle(150);
+    // Windows may lie anywhere on the one display; the picture is cut out of that.
+    std::wstring crop;
+    if (window != nullptr) {
+        RECT r;
+        GetWindowRect(window, &r);
+        crop = L" -crop " + std::to_wstring(r.right - r.left) + L"x" + std::to_wstring(r.bottom - r.top) +
+               L"+" + std::to_wstring(r.left) + L"+" + std::to_wstring(r.top) + L" +repage";
+    }
+    std::error_code ignored;
+    const std::filesystem::path whole = std::filesystem::absolute(file, ignored);
+    std::filesystem::create_directories(whole.parent_path(), ignored);
+    // "Z:\dir\file" is "/dir/file" to the program outside.
+    std::wstring target = whole.generic_wstring();
+    if (target.size() > 2 && target[1] == L':')
+        target.erase(0, 2);
+    std::wstring command = L"Z:\\usr\\bin\\import -window root" + crop +
+                           L" -depth 8 -define png:exclude-chunks=date,time \"" + target + L"\"";
+    STARTUPINFOW startup = {};
+    startup.cb = sizeof(startup);
+    PROCESS_INFORMATION process = {};
+    if (!CreateProcessW(L"Z:\\usr\\bin\\import", command.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr,
+                        &startup, &process))
+        return false;
+    // Wine does not always learn that a program outside has ended; the file tells as well.
+    const ULONGLONG end = GetTickCount64() + kPictureMilliseconds;
+    DWORD result = STILL_ACTIVE;
+    while (GetTickCount64() < end && WaitForSingleObject(process.hProcess, 100) == WAIT_TIMEOUT) {
+    }
+    GetExitCodeProcess(process.hProcess, &result);
+    CloseHandle(process.hThread);
+    CloseHandle(process.hProcess);
+    return result == 0 && std::filesystem::exists(whole, ignored);
+}
+
+std::wstring RestPointerOn(HWND control) {
+    RECT r;
+    GetWindowRect(control, &r);
+    const int x = r.left + (r.right - r.left) / 3;
+    const int y = (r.top + r.bottom) / 2;
+    // A tip answers the second movement: the first one only enters the control.
+    SetCursorPos(x, y);
+    Idle(100);
+    SetCursorPos(x + 1, y);
+    HWND tip = nullptr;
+    for (int wait = 0; wait < 30 && (tip = VisibleTip()) == nullptr; ++wait)
+        Idle(100);
+    if (tip == nullptr)
+        return {};
+    std::wstring text(1024, L'\0');
+    const int length = GetWindowTextW(tip, text.data(), static_cast<int>(text.size()));
+    text.resize(static_cast<std::size_t>(length > 0 ? length : 0));
+    if (text.empty()) {
+        text.resize(1024);
+        TTTOOLINFOW tool = {};
+        tool.cbSize = sizeof(tool);
+        if (SendMessageW(tip, TTM_GETCURRENTTOOLW, 0, reinterpret_cast<LPARAM>(&tool)) != 0) {
+            tool.lpszText = text.data();
+            SendMessageW(tip, TTM_GETTEXTW, text.size(), reinterpret_cast<LPARAM>(&tool));
+        }
+        text.resize(wcslen(text.c_str()));
+    }
+    return text;
+}
+
+void MovePointerAway() {
+    SetCursorPos(GetSystemMetrics(SM_CXSCREEN) - 2, GetSystemMetrics(SM_CYSCREEN) - 2);
+    Idle(100);
+}
+
+}  // namespace qxhost

@@ -1,0 +1,22 @@
+// What a user sees on the screen: pictures of windows, and tips under a resting pointer.
+#pragma once
+
+#include <windows.h>
+
+#include <filesystem>
+#include <string>
+
+namespace qxhost {
+
+// Draws what is due on this thread's windows and pictures `window`, or the whole screen for none, into a PNG.
+// Uses the picture program of the system that Wine runs on; false where there is none.
+[[nodiscard]] bool PictureOf(HWND window, const std::filesystem::path& file);
+
+// Rests the pointer on `control` until its balloon tip stands there and answers its text; empty when none
+// came. The tip stays until the pointer moves.
+[[nodiscard]] std::wstring RestPointerOn(HWND control);
+
+// Takes the pointer off all windows.
+void MovePointerAway();
+
+}  // namespace qxhost
