@@ -1,0 +1,166 @@
+// The ids of everything in the module's resources: page templates, controls, strings and pictures.
+//
+// This is the one header of module/ that every folder may include. The resource compiler reads it too, so it
+// holds nothing but numbers.
+#pragma once
+
+// Module-wide resources.
+#define IDR_TYPE_LIBRARY 1
+#define IDR_MANIFEST 2
+
+// Page templates.
+#define IDD_PORT_SETTINGS 107
+#define IDD_COM_NUMBER 115
+#define IDD_ABOUT 146
+#define IDD_RS422_485 147
+#define IDD_USB_SETTINGS 148
+
+// Pictures.
+#define IDB_BANNER 301
+#define IDI_HELP_PICTURE 311
+#define IDI_WARNING_PICTURE 312
+#define IDI_PORT_PICTURE 313
+#define IDI_POLICY_PICTURE 314
+#define IDI_MAKER_PICTURE 315
+
+// Controls that several pages have.
+#define IDC_HELP_PICTURE 246
+#define IDC_HELP_LABEL 247
+#define IDC_RESTORE_DEFAULTS 892
+
+// Controls of the Port Settings page.
+#define IDC_BAUD_RATE_LABEL 222
+#define IDC_DATA_BITS_LABEL 223
+#define IDC_PARITY_LABEL 224
+#define IDC_STOP_BITS_LABEL 225
+#define IDC_FLOW_CONTROL_LABEL 226
+#define IDC_BAUD_RATE 841
+#define IDC_DATA_BITS 842
+#define IDC_PARITY 843
+#define IDC_STOP_BITS 844
+#define IDC_FLOW_CONTROL 845
+#define IDC_OVERRIDE_BAUD_RATE 206
+#define IDC_OVERRIDE_DATA_BITS 207
+#define IDC_OVERRIDE_PARITY 208
+#define IDC_OVERRIDE_STOP_BITS 209
+#define IDC_OVERRIDE_FLOW_CONTROL 210
+#define IDC_CTS_TRUE 211
+#define IDC_CTS_TRUE_LABEL 227
+#define IDC_DSR_TRUE 205
+#define IDC_DSR_TRUE_LABEL 228
+#define IDC_ADVANCED 840
+#define IDC_SETTINGS_GROUP 248
+#define IDC_WARNING_PICTURE 239
+#define IDC_WARNING_TEXT 240
+#define IDC_WARNING_GROUP 241
+
+// Controls of the COM number page.
+#define IDC_COM_NUMBER_GROUP 249
+#define IDC_COM_NUMBER_DESCRIPTION 235
+#define IDC_COM_NUMBER_LABEL 220
+#define IDC_COM_NUMBER 200
+#define IDC_INFORMATION_GROUP 250
+#define IDC_INTERFACE_TYPE_LABEL 251
+#define IDC_INTERFACE_TYPE 258
+#define IDC_RX_FIFO_LABEL 252
+#define IDC_RX_FIFO 257
+#define IDC_TX_FIFO_LABEL 253
+#define IDC_TX_FIFO 256
+#define IDC_MAXIMUM_BAUD_RATE_LABEL 254
+#define IDC_MAXIMUM_BAUD_RATE 255
+
+// Controls of the RS-422/485 page.
+#define IDC_DUPLEX_GROUP 249
+#define IDC_DUPLEX_DESCRIPTION 271
+#define IDC_DUPLEX_MODE_LABEL 220
+#define IDC_DUPLEX_MODE 259
+
+// Controls of the USB Settings page.
+#define IDC_POLICY_DESCRIPTION 272
+#define IDC_POLICY_LATENCY 260
+#define IDC_LATENCY 262
+#define IDC_LATENCY_VALUE 267
+#define IDC_LATENCY_TUNING_LABEL 269
+#define IDC_LATENCY_TUNING 263
+#define IDC_POLICY_CPU_USAGE 261
+#define IDC_LOWEST_LABEL 270
+#define IDC_HIGHEST_LABEL 271
+#define IDC_CPU_USAGE_TUNING 264
+
+// Controls of the About page.
+#define IDC_WEB_ADDRESS 1035
+
+// Tips of the Port Settings page.
+#define IDS_TIP_BAUD_RATE 5007
+#define IDS_TIP_DATA_BITS 5008
+#define IDS_TIP_PARITY 5009
+#define IDS_TIP_STOP_BITS 5010
+#define IDS_TIP_FLOW_CONTROL 5011
+#define IDS_TIP_OVERRIDE_BAUD_RATE 5012
+#define IDS_TIP_OVERRIDE_DATA_BITS 5013
+#define IDS_TIP_OVERRIDE_PARITY 5014
+#define IDS_TIP_OVERRIDE_STOP_BITS 5015
+#define IDS_TIP_OVERRIDE_FLOW_CONTROL 5016
+#define IDS_TIP_CTS_TRUE 5017
+#define IDS_TIP_DSR_TRUE 5018
+
+// Captions of the Port Settings page.
+#define IDS_OVERRIDE 5019
+#define IDS_CTS_TRUE 5020
+#define IDS_DSR_TRUE 5021
+#define IDS_OVERRIDE_WARNING 5022
+#define IDS_NEED_HELP 5023
+#define IDS_SETTINGS_GROUP 5024
+
+// Captions of the COM number page.
+#define IDS_COM_NUMBER_GROUP 5025
+#define IDS_INFORMATION_GROUP 5026
+#define IDS_INTERFACE_TYPE 5027
+#define IDS_RX_FIFO 5028
+#define IDS_TX_FIFO 5029
+#define IDS_MAXIMUM_BAUD_RATE 5030
+
+#define IDS_ADVANCED 5038
+#define IDS_RESTORE_DEFAULT 5039
+#define IDS_TIP_COM_NUMBER 5043
+
+// Questions and messages.
+#define IDS_NAME_IN_USE 5047
+#define IDS_PORT_OPEN 5048
+#define IDS_RENAME_FAILED 5049
+
+// The RS-422/485 page.
+#define IDS_DUPLEX_MODES 5050
+#define IDS_TIP_DUPLEX_MODE 5051
+#define IDS_DUPLEX_DESCRIPTION 5052
+
+// The USB Settings page.
+#define IDS_POLICY_DESCRIPTION 5053
+#define IDS_TIP_POLICY_LATENCY 5054
+#define IDS_TIP_POLICY_CPU_USAGE 5055
+#define IDS_TIP_LATENCY 5056
+#define IDS_TIP_LATENCY_TUNING 5057
+#define IDS_TIP_CPU_USAGE_TUNING 5058
+
+#define IDS_TIP_RESTORE_DEFAULTS 5059
+#define IDS_TIP_ADVANCED 5060
+#define IDS_SETTINGS_PORT_OPEN 5061
+#define IDS_UPDATE_PARENT_DRIVER 5062
+
+// Entries of the choice boxes, separated by commas.
+#define IDS_PARITIES 8001
+#define IDS_STOP_BITS 8002
+#define IDS_FLOW_CONTROLS 8006
+
+// Labels of the choice boxes.
+#define IDS_COM_NUMBER_LABEL 8017
+#define IDS_BAUD_RATE_LABEL 8018
+#define IDS_DATA_BITS_LABEL 8019
+#define IDS_PARITY_LABEL 8020
+#define IDS_FLOW_CONTROL_LABEL 8021
+#define IDS_STOP_BITS_LABEL 8027
+
+// Tab titles.
+#define IDS_TITLE_PORT_SETTINGS 8035
+#define IDS_TITLE_USB_SETTINGS 8038
+#define IDS_TITLE_RS422_485 8039
