@@ -1,6 +1,7 @@
 #include "install/driver_update_refusal.h"
 
 #include "base/module_instance.h"
+#include "device_records/registry_layout.h"
 #include "install/device_helpers.h"
 #include "module/resource.h"
 
@@ -8,7 +9,7 @@ namespace qx {
 
 DWORD AnswerDriverUpdate(HDEVINFO set, const SP_DEVINFO_DATA& device) {
     Text no_upgrade;
-    if (!ReadDeviceString(set, device, TEXT("NoUpgrade"), no_upgrade) || ParseDecimal(no_upgrade.view()) != 1)
+    if (!ReadDeviceString(set, device, kNoUpgrade, no_upgrade) || ParseDecimal(no_upgrade.view()) != 1)
         return NO_ERROR;
     static_cast<void>(
         MessageBoxW(nullptr, LoadText(IDS_UPDATE_PARENT_DRIVER).c_str(), TEXT("Tessel"), MB_ICONHAND));

@@ -2,6 +2,7 @@
 
 #include "base/handles.h"
 #include "base/text.h"
+#include "device_records/registry_layout.h"
 #include "install/device_helpers.h"
 
 #include <array>
@@ -14,7 +15,7 @@ bool RunUninstallProgram(HDEVINFO set, const SP_DEVINFO_DATA& adapter, bool wait
     std::array<WCHAR, MAX_PATH> directory{};
     const UINT length = GetSystemDirectoryW(directory.data(), static_cast<UINT>(directory.size()));
     Text program;
-    if (!ReadDeviceString(set, adapter, TEXT("UnInstall"), program))
+    if (!ReadDeviceString(set, adapter, kUnInstall, program))
         return true;
     // Without its directory the name would be looked for at the root of whatever drive is current, where
     // anyone may have put a program; and this one would run with the installer's rights.
