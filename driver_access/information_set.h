@@ -104,6 +104,7 @@ class CSsInformationSet {
     // does not wait for one pointer to find the next.
     std::vector<Element> elements_;
     std::size_t position_ = 0;
+    std::size_t stretch_head_ = 0;  // first element of the last stretch of numbers
     CSsSerialisation serialisation_;
 };
 

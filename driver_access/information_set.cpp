@@ -1,0 +1,451 @@
+#include "driver_access/information_set.h"
+
+#include <algorithm>
+#include <array>
+#include <cuchar>
+#include <cwchar>
+#include <limits>
+#include <new>
+#include <optional>
+
+namespace qx {
+
+namespace {
+
+constexpr BYTE kHeaderTag = 0;
+constexpr BYTE kNumberTag = 2;
+constexpr BYTE kNarrowStringTag = 3;
+constexpr BYTE kWideStringTag = 4;
+
+constexpr std::size_t kNumberSize = 4;
+// Lengths are 16-bit quantities in the format: the bytes of a wide string count in 16 bits, and a narrow
+// string passes with its terminator through 256 bytes.
+constexpr std::size_t kLongestNarrow = 255;
+constexpr std::size_t kLongestWide = 32767;
+
+void StoreNumber(BYTE* out, DWORD value) noexcept {
+    out[0] = static_cast<BYTE>(value);
+    out[1] = static_cast<BYTE>(value >> 8);
+    out[2] = static_cast<BYTE>(value >> 16);
+    out[3] = static_cast<BYTE>(value >> 24);
+}
+
+DWORD LoadNumber(const BYTE* in) noexcept {
+    return static_cast<DWORD>(in[0]) | static_cast<DWORD>(in[1]) << 8 | static_cast<DWORD>(in[2]) << 16 |
+           static_cast<DWORD>(in[3]) << 24;
+}
+
+// How the options shape one item.
+struct StreamFormat {
+    explicit StreamFormat(DWORD options) noexcept
+        : tag_size((options & SS_TAGGED) != 0 ? 1 : 0),
+          unit_size((options & SS_WIDE) != 0 ? 2 : 1),
+          header((options & SS_HEADER) != 0),
+          prefixed((options & SS_LENGTH_PREFIXED) != 0),
+          terminated((options & SS_TERMINATED) != 0) {}
+
+    [[nodiscard]] bool Tagged() const noexcept { return tag_size != 0; }
+    [[nodiscard]] bool Wide() const noexcept { return unit_size == 2; }
+    [[nodiscard]] BYTE StringTag() const noexcept { return Wide() ? kWideStringTag : kNarrowStringTag; }
+    [[nodiscard]] std::size_t LongestString() const noexcept {
+        return Wide() ? kLongestWide : kLongestNarrow;
+    }
+    [[nodiscard]] std::size_t NumberSize() const noexcept { return tag_size + kNumberSize; }
+    [[nodiscard]] std::uint64_t StringSize(std::size_t length) const noexcept {
+        return tag_size + (prefixed ? kNumberSize : 0) + std::uint64_t{length} * unit_size +
+               (terminated ? unit_size : 0);
+    }
+
+    std::size_t tag_size;   // 1 or 0
+    std::size_t unit_size;  // 1 or 2
+    bool header;
+    bool prefixed;
+    bool terminated;
+};
+
+// What is left of the caller's output buffer. Callers of the writing members have checked Fits.
+class Writer {
+  public:
+    Writer(BYTE* buffer, DWORD& free) noexcept : at_(buffer), free_(free) {}
+
+    [[nodiscard]] bool Fits(std::uint64_t size) const noexcept { return size <= free_; }
+    [[nodiscard]] std::size_t Free() const noexcept { return free_; }
+    void Byte(BYTE value) noexcept { *Take(1) = value; }
+    void Number(DWORD value) noexcept { StoreNumber(Take(kNumberSize), value); }
+    // The place of the next `size` bytes, which count as written.
+    BYTE* Take(std::size_t size) noexcept {
+        free_ -= static_cast<DWORD>(size);
+        BYTE* const place = at_;
+        at_ += size;
+        return place;
+    }
+
+  private:
+    BYTE* at_;
+    DWORD& free_;
+};
+
+// What is left of a driver's stream. Nothing is consumed until an item is complete: members that find too few
+// bytes answer false.
+class Reader {
+  public:
+    Reader(const BYTE* buffer, DWORD& available) noexcept
+        : at_(buffer), left_(available), available_(available) {}
+
+    [[nodiscard]] std::size_t Left() const noexcept { return left_; }
+    [[nodiscard]] const BYTE* At() const noexcept { return at_; }
+    void Skip(std::size_t size) noexcept {
+        at_ += size;
+        left_ -= size;
+    }
+    [[nodiscard]] bool Byte(BYTE& value) noexcept {
+        if (left_ < 1)
+            return false;
+        value = *at_;
+        Skip(1);
+        return true;
+    }
+    [[nodiscard]] bool Number(DWORD& value) noexcept {
+        if (left_ < kNumberSize)
+            return false;
+        value = LoadNumber(at_);
+        Skip(kNumberSize);
+        return true;
+    }
+    // The tag, when the format has tags, must be this one.
+    [[nodiscard]] bool Tag(const StreamFormat& format, BYTE expected) noexcept {
+        BYTE tag = 0;
+        return !format.Tagged() || (Byte(tag) && tag == expected);
+    }
+    // Tells the caller of the decoder what has been consumed so far.
+    void ItemDone() noexcept { available_ = static_cast<DWORD>(left_); }
+
+  private:
+    const BYTE* at_;
+    std::size_t left_;
+    DWORD& available_;
+};
+
+bool EncodeString(Writer& writer, const StreamFormat& format, StringHolder& holder) noexcept {
+    holder.status = 0;
+    const TextView text = holder.text.view();
+    if (!writer.Fits(format.StringSize(text.size())))
+        return false;
+
+    // The narrow bytes are known before anything of the item is written.
+    std::array<BYTE, kLongestNarrow + 1> narrow;
+    if (!format.Wide()) {
+        const bool convertible =
+            text.size() <= kLongestNarrow &&
+            std::all_of(text.begin(), text.end(), [](WCHAR unit) { return unit <= 0xFF; });
+        if (!convertible) {
+            holder.status = -1;
+            return false;
+        }
+        std::transform(text.begin(), text.end(), narrow.begin(),
+                       [](WCHAR unit) { return static_cast<BYTE>(unit); });
+    } else if (text.size() > kLongestWide) {
+        return false;
+    }
+
+    if (format.Tagged())
+        writer.Byte(format.StringTag());
+    if (format.prefixed)
+        writer.Number(static_cast<DWORD>(text.size()));
+    BYTE* out = writer.Take(text.size() * format.unit_size);
+    if (!format.Wide()) {
+        std::copy_n(narrow.begin(), text.size(), out);
+    } else {
+        for (const WCHAR unit : text) {
+            *out++ = static_cast<BYTE>(unit);
+            *out++ = static_cast<BYTE>(unit >> 8);
+        }
+    }
+    if (format.terminated)
+        std::fill_n(writer.Take(format.unit_size), format.unit_size, BYTE{0});
+    return true;
+}
+
+// The number of whole units before the first zero unit within `limit` units, or `limit` when there is none.
+std::size_t LengthWithin(const BYTE* bytes, std::size_t limit, std::size_t unit_size) noexcept {
+    if (unit_size == 1)
+        return static_cast<std::size_t>(std::find(bytes, bytes + limit, BYTE{0}) - bytes);
+    std::size_t length = 0;
+    while (length != limit && (bytes[2 * length] != 0 || bytes[2 * length + 1] != 0))
+        ++length;
+    return length;
+}
+
+// Where a string's characters lie in the stream, found without looking beyond what is left.
+struct StringPlace {
+    const BYTE* characters;
+    std::size_t length;  // units of the value, up to its first zero
+};
+
+std::optional<StringPlace> LocateString(Reader& reader, const StreamFormat& format) noexcept {
+    if (!reader.Tag(format, format.StringTag()))
+        return std::nullopt;
+    DWORD prefix = 0;
+    if (format.prefixed && !reader.Number(prefix))
+        return std::nullopt;
+
+    const BYTE* const characters = reader.At();
+    const std::size_t units_left = reader.Left() / format.unit_size;
+    if (format.terminated) {
+        // A terminator beyond the longest string is as good as none.
+        const std::size_t limit = std::min(units_left, format.LongestString() + 1);
+        const std::size_t length = LengthWithin(characters, limit, format.unit_size);
+        if (length == limit || (format.prefixed && prefix != length))
+            return std::nullopt;
+        reader.Skip((length + 1) * format.unit_size);
+        return StringPlace{characters, length};
+    }
+    if (prefix > format.LongestString() || prefix > units_left)
+        return std::nullopt;
+    reader.Skip(prefix * format.unit_size);
+    return StringPlace{characters, LengthWithin(characters, prefix, format.unit_size)};
+}
+
+// A converted narrow string; every single byte gives at most one unit.
+struct NarrowConversion {
+    std::array<WCHAR, kLongestNarrow + 1> units;
+    std::size_t length = 0;
+};
+
+// By the ANSI code page, for strings with a terminator, which is converted with them.
+bool ConvertByCodePage(const StringPlace& place, NarrowConversion& result) noexcept {
+    const int converted = MultiByteToWideChar(CP_ACP, 0, reinterpret_cast<const char*>(place.characters),
+                                              static_cast<int>(place.length) + 1, result.units.data(),
+                                              static_cast<int>(result.units.size()));
+    if (converted <= 0)
+        return false;
+    result.length = static_cast<std::size_t>(converted) - 1;
+    return true;
+}
+
+// By the C library's multibyte conversion, for strings that are delimited by their length alone.
+bool ConvertByLocale(const StringPlace& place, NarrowConversion& result) noexcept {
+    constexpr auto kFromPreviousByte = static_cast<std::size_t>(-3);
+    std::mbstate_t state{};
+    const char* at = reinterpret_cast<const char*>(place.characters);
+    std::size_t left = place.length;
+    result.length = 0;
+    while (left != 0) {
+        char16_t unit = 0;
+        const std::size_t used = std::mbrtoc16(&unit, at, left, &state);
+        if (result.length == result.units.size() || (used > left && used != kFromPreviousByte))
+            return false;
+        result.units[result.length++] = static_cast<WCHAR>(unit);
+        if (used != kFromPreviousByte) {
+            at += used;
+            left -= used;
+        }
+    }
+    // A character beyond the basic plane that ends the string has its second unit still to come.
+    char16_t unit = 0;
+    if (std::mbsinit(&state) == 0 && result.length != result.units.size() &&
+        std::mbrtoc16(&unit, at, 0, &state) == kFromPreviousByte)
+        result.units[result.length++] = static_cast<WCHAR>(unit);
+    return true;
+}
+
+bool DecodeString(Reader& reader, const StreamFormat& format, StringHolder& holder) noexcept {
+    holder.status = 0;
+    const auto place = LocateString(reader, format);
+    if (!place)
+        return false;
+    try {
+        if (format.Wide()) {
+            std::basic_string<WCHAR> units(place->length, WCHAR{0});
+            for (std::size_t i = 0; i != place->length; ++i)
+                units[i] = static_cast<WCHAR>(place->characters[2 * i] | place->characters[2 * i + 1] << 8);
+            holder.text = Text(TextView(units));
+            return true;
+        }
+        NarrowConversion converted;
+        if (format.terminated ? ConvertByCodePage(*place, converted) : ConvertByLocale(*place, converted)) {
+            holder.text = Text(TextView(converted.units.data(), converted.length));
+            return true;
+        }
+    } catch (const std::bad_alloc&) {  // no memory for the text: it could not be converted
+    }
+    holder.status = -1;
+    return false;
+}
+
+}  // namespace
+
+// Puts the options of one call into force and the set's own back at its end.
+class CSsInformationSet::OptionOverride {
+  public:
+    OptionOverride(CSsSerialisation& serialisation, DWORD options) noexcept
+        : serialisation_(serialisation),
+          own_(serialisation.Options()),
+          valid_(options == 0 || serialisation.SetOptions(options)) {}
+    ~OptionOverride() { static_cast<void>(serialisation_.SetOptions(own_)); }
+    OptionOverride(const OptionOverride&) = delete;
+    OptionOverride& operator=(const OptionOverride&) = delete;
+
+    [[nodiscard]] bool IsValid() const noexcept { return valid_; }
+
+  private:
+    CSsSerialisation& serialisation_;
+    DWORD own_;
+    bool valid_;
+};
+
+DWORD* CSsInformationSet::Element::Number() const noexcept {
+    return type_ == kNumberElement ? static_cast<DWORD*>(value_) : nullptr;
+}
+
+StringHolder* CSsInformationSet::Element::String() const noexcept {
+    return type_ == kStringElement ? static_cast<StringHolder*>(value_) : nullptr;
+}
+
+bool CSsInformationSet::AddElement(const WCHAR* name, void* value, DWORD type,
+                                   RegisteredDefault& registered) noexcept {
+    if (name == nullptr || value == nullptr)
+        return false;
+    try {
+        Element element;
+        element.name_ = Text(name);
+        element.value_ = value;
+        element.type_ = type;
+        elements_.push_back(std::move(element));
+    } catch (const std::bad_alloc&) {
+        return false;
+    }
+    elements_.back().registered_ = std::move(registered);
+    if (type == kNumberElement) {
+        const std::size_t last = elements_.size() - 1;
+        if (last == 0 || elements_[last - 1].type_ != kNumberElement)
+            stretch_head_ = last;
+        ++elements_[stretch_head_].stretch_;
+    }
+    return true;
+}
+
+void CSsInformationSet::Clear() noexcept {
+    elements_.clear();
+    position_ = 0;
+}
+
+const CSsInformationSet::Element* CSsInformationSet::First() noexcept {
+    position_ = 0;
+    return elements_.empty() ? nullptr : elements_.data();
+}
+
+const CSsInformationSet::Element* CSsInformationSet::Next() noexcept {
+    if (position_ < elements_.size())
+        ++position_;
+    return position_ < elements_.size() ? elements_.data() + position_ : nullptr;
+}
+
+const CSsInformationSet::Element* CSsInformationSet::Last() const noexcept {
+    return elements_.empty() ? nullptr : &elements_.back();
+}
+
+DWORD CSsInformationSet::EncodedSize(DWORD options) noexcept {
+    const OptionOverride in_force(serialisation_, options);
+    if (!in_force.IsValid())
+        return 0;
+    const StreamFormat format(serialisation_.Options());
+    std::uint64_t size = format.header ? format.NumberSize() : 0;
+    for (const Element* element = First(); element != nullptr; element = Next()) {
+        if (element->type_ == kNumberElement)
+            size += format.NumberSize();
+        else if (element->type_ == kStringElement)
+            size += format.StringSize(element->String()->text.length());
+        else
+            return 0;
+    }
+    return size <= std::numeric_limits<DWORD>::max() ? static_cast<DWORD>(size) : 0;
+}
+
+bool CSsInformationSet::Encode(BYTE* buffer, DWORD& free_bytes, DWORD options) noexcept {
+    const OptionOverride in_force(serialisation_, options);
+    if (!in_force.IsValid())
+        return false;
+    const StreamFormat format(serialisation_.Options());
+    Writer writer(buffer, free_bytes);
+
+    if (format.header) {
+        if (!writer.Fits(format.NumberSize()))
+            return false;
+        if (format.Tagged())
+            writer.Byte(kHeaderTag);
+        writer.Number(serialisation_.CheckValue());
+    }
+    for (position_ = 0; position_ != elements_.size();) {
+        const Element* element = elements_.data() + position_;
+        if (element->type_ == kNumberElement) {
+            // A stretch of numbers is as long as the buffer allows, found out once.
+            const std::size_t fitting =
+                std::min<std::size_t>(element->stretch_, writer.Free() / format.NumberSize());
+            const bool all_fit = fitting == element->stretch_;
+            BYTE* out = writer.Take(fitting * format.NumberSize());
+            position_ += fitting;
+            for (const Element* const end = element + fitting; element != end; ++element) {
+                if (format.Tagged())
+                    *out++ = kNumberTag;
+                StoreNumber(out, *static_cast<const DWORD*>(element->value_));
+                out += kNumberSize;
+            }
+            if (!all_fit)
+                return false;
+        } else if (element->type_ == kStringElement) {
+            if (!EncodeString(writer, format, *element->String()))
+                return false;
+            ++position_;
+        } else {
+            return false;
+        }
+    }
+    return true;
+}
+
+bool CSsInformationSet::Decode(const BYTE* buffer, DWORD& available_bytes, DWORD options) noexcept {
+    const OptionOverride in_force(serialisation_, options);
+    if (!in_force.IsValid())
+        return false;
+    const StreamFormat format(serialisation_.Options());
+    Reader reader(buffer, available_bytes);
+
+    if (format.header) {
+        DWORD check_value = 0;
+        if (!reader.Tag(format, kHeaderTag) || !reader.Number(check_value) ||
+            check_value != serialisation_.CheckValue())
+            return false;
+        reader.ItemDone();
+    }
+    for (position_ = 0; position_ != elements_.size();) {
+        const Element* element = elements_.data() + position_;
+        if (element->type_ == kNumberElement && !format.Tagged()) {
+            // A stretch of numbers goes as far as the stream does, found out once.
+            const std::size_t present = std::min<std::size_t>(element->stretch_, reader.Left() / kNumberSize);
+            const bool all_present = present == element->stretch_;
+            const BYTE* in = reader.At();
+            for (const Element* const end = element + present; element != end; ++element) {
+                *static_cast<DWORD*>(element->value_) = LoadNumber(in);
+                in += kNumberSize;
+            }
+            reader.Skip(present * kNumberSize);
+            reader.ItemDone();
+            position_ += present;
+            if (!all_present)
+                return false;
+            continue;
+        }
+        if (element->type_ == kNumberElement) {
+            if (!reader.Tag(format, kNumberTag) || !reader.Number(*element->Number()))
+                return false;
+        } else if (element->type_ != kStringElement || !DecodeString(reader, format, *element->String())) {
+            return false;
+        }
+        reader.ItemDone();
+        ++position_;
+    }
+    return true;
+}
+
+}  // namespace qx
