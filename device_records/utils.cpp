@@ -33,7 +33,7 @@ std::optional<Text> PortsEntryText(int baud_rate, DWORD data_bits, DWORD parity,
 
 }  // namespace
 
-bool CUtils::CanOpenPort(Text port_name) const noexcept {
+bool CUtils::CanOpenPort(Text port_name) noexcept {
     try {
         const Text path = Text(TEXT("\\\\.\\")) + port_name;
         const File port(CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING,
@@ -45,7 +45,7 @@ bool CUtils::CanOpenPort(Text port_name) const noexcept {
 }
 
 bool CUtils::WritePortsEntry(Text port_name, int baud_rate, DWORD data_bits, DWORD parity, DWORD stop_bits,
-                             DWORD flow_control) const noexcept {
+                             DWORD flow_control) noexcept {
     try {
         const auto text = PortsEntryText(baud_rate, data_bits, parity, stop_bits, flow_control);
         if (!text)
