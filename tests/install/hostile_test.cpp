@@ -1,0 +1,195 @@
+// A registry and a device tree that no installer of ours has written. Nothing may be believed of them; ports
+// that are in order must stay so.
+#include "tests/install/installer.h"
+
+#include "install/card_coinstaller.h"
+#include "install/gpio_coinstaller.h"
+#include "install/port_coinstaller.h"
+#include "platform/desktop/desktop.h"
+
+namespace qxtest {
+namespace {
+
+using qxsim::Bytes;
+
+struct HostileValue {
+    const char* what;
+    DWORD type;
+    Bytes data;
+};
+
+std::vector<HostileValue> HostileNames() {
+    Bytes unterminated;
+    for (int i = 0; i < 150; ++i)
+        unterminated.insert(unterminated.end(), {'C', 0});
+    Bytes too_long = unterminated;
+    too_long.push_back('C');
+    const auto text = [](const char* name) { return qxsim::TextBytes(qxsim::ToWide(name)); };
+    return {{"empty", REG_SZ, text("")},
+            {"no bytes", REG_SZ, {}},
+            {"one byte", REG_SZ, {'C'}},
+            {"without digits", REG_SZ, text("COMMODORE")},
+            {"COM0", REG_SZ, text("COM0")},
+            {"COM257", REG_SZ, text("COM257")},
+            {"COM-5", REG_SZ, text("COM-5")},
+            {"enormous", REG_SZ, text("COM99999999999")},
+            {"a path", REG_SZ, text("..\\..\\COM5")},
+            {"300 bytes without a NUL", REG_SZ, unterminated},
+            {"301 bytes", REG_SZ, too_long},
+            {"a number", REG_DWORD, qxsim::DwordBytes(5)},
+            {"half a surrogate pair", REG_SZ, {'C', 0, 'O', 0, 'M', 0, 0x00, 0xD8, 0, 0}}};
+}
+
+class Hostile : public InstallTest {
+  public:
+    void SetUp() override {
+        InstallTest::SetUp();
+        qxsim::Desktop::The().Reset();
+        qxsim::Desktop::The().SetAnswers([](const qxsim::ShownBox&) { return IDNO; });
+    }
+    void SetName(const std::string& id, const HostileValue& value) {
+        machine().HardwareKey(Dev(id))->Set(TEXT("PortName"), value.type, value.data);
+    }
+    void AskEverything(const std::string& id) {
+        for (const CoInstaller entry : {&QxUCoInstallPort, &QxUCoInstallCard, &QxUCoInstallGpio})
+            for (const DI_FUNCTION request : {DIF_INSTALLDEVICE, DIF_UPDATEDRIVER_UI, DIF_REMOVE})
+                installer().Ask(entry, request, id);
+        installer().CallBackPort(id);
+    }
+};
+
+TEST_F(Hostile, NamesAreNotBelieved) {
+    for (const HostileValue& value : HostileNames()) {
+        SCOPED_TRACE(value.what);
+        Use(std::make_unique<qxsim::Machine>());
+        instruments().Reset();
+        AdapterSpec adapter{.names = {"COM9", "COM8", "COM7"}};
+        AddAdapter(machine(), adapter);
+        SetName(PortId(adapter, 1), value);
+        Installer fresh(machine());
+        for (int round = 0; round < 2; ++round)
+            for (std::size_t i = 0; i < 3; ++i)
+                fresh.CallBackPort(PortId(adapter, i));
+        // Its neighbours share the numbers 7 and 9, in whichever order, and all their places agree.
+        for (const qxsim::NamedPort& port : qxsim::ReportNames(machine()).ports) {
+            if (port.names.id == PortId(adapter, 1))
+                continue;
+            EXPECT_TRUE(port.faults.empty()) << port.names.id << ' ' << port.faults[0].text;
+            EXPECT_TRUE(port.number == 7 || port.number == 9) << port.number;
+        }
+        fresh.RemovePort(PortId(adapter, 1));
+        EXPECT_EQ(Disagreements(), "");
+        EXPECT_EQ(fresh.wrong, std::vector<std::string>{});
+    }
+}
+
+TEST_F(Hostile, SavedNamesDoNotReachThePort) {
+    for (const HostileValue& value : HostileNames()) {
+        SCOPED_TRACE(value.what);
+        Use(std::make_unique<qxsim::Machine>());
+        instruments().Reset();
+        AdapterSpec adapter{.names = {"COM9"}};
+        AddAdapter(machine(), adapter);
+        Installer fresh(machine());
+        fresh.BeginReinstall(adapter);
+        auto& backups = machine().HardwareKey(Dev(AdapterId(adapter)))->subkeys;
+        ASSERT_EQ(backups.size(), 1U);
+        backups.begin()->second->Set(TEXT("PortName"), value.type, value.data);
+        backups.begin()->second->Set(TEXT("Short"), REG_DWORD, {7});
+        backups.begin()->second->Set(TEXT("Long"), REG_DWORD, Bytes(64, 1));
+        fresh.InstallPort(PortId(adapter, 0));
+        EXPECT_EQ(PortName(PortId(adapter, 0)), "COM3");
+        EXPECT_EQ(Disagreements(), "");
+        EXPECT_EQ(machine().ReadDword(KeyPath(PortId(adapter, 0)), "Short"), 7U);
+        EXPECT_EQ(machine().ReadDword(KeyPath(PortId(adapter, 0)), "Long"), 0x01010101U);
+        EXPECT_EQ(fresh.wrong, std::vector<std::string>{});
+    }
+}
+
+// The copy of a key ends at the first value that does not fit the buffers; what came before it is saved.
+TEST_F(Hostile, HugeValuesEndTheCopyOfTheirKeyOnly) {
+    const qxsim::WideString longest_kept(16382, 'n');
+    const qxsim::WideString too_long(16383, 'n');
+    struct Case {
+        const char* what;
+        qxsim::WideString name;
+        std::size_t bytes;
+        bool ends;
+    };
+    const Case cases[] = {{"16383 bytes", TEXT("Big"), 16383, false},
+                          {"16384 bytes", TEXT("Big"), 16384, true},
+                          {"a megabyte", TEXT("Big"), 1 << 20, true},
+                          {"a name of 16382", longest_kept, 4, false},
+                          {"a name of 16383", too_long, 4, true}};
+    for (const Case& big : cases) {
+        SCOPED_TRACE(big.what);
+        Use(std::make_unique<qxsim::Machine>());
+        instruments().Reset();
+        AdapterSpec adapter{.names = {"COM9", "COM10"}};
+        AddAdapter(machine(), adapter);
+        const std::string port = PortId(adapter, 0);
+        machine().WriteDword(KeyPath(port), "Before", 1);
+        machine().HardwareKey(Dev(port))->Set(big.name, big.bytes == 4 ? REG_DWORD : REG_SZ,
+                                              Bytes(big.bytes, 'x'));
+        machine().WriteDword(KeyPath(port), "After", 2);
+        machine().WriteText(KeyPath(port) + "\\UI1", "Label", "Scale");
+        Installer fresh(machine());
+        fresh.Reinstall(adapter);
+        EXPECT_EQ(machine().ReadDword(KeyPath(port), "Before"), 1U);
+        EXPECT_EQ(machine().ReadDword(KeyPath(port), "After").has_value(), !big.ends);
+        EXPECT_EQ(machine().ReadText(KeyPath(port) + "\\UI1", "Label"), "Scale");
+        EXPECT_EQ(NamesOf(machine(), adapter), adapter.names);
+        EXPECT_EQ(Disagreements(), "");
+        EXPECT_EQ(fresh.wrong, std::vector<std::string>{});
+    }
+}
+
+TEST_F(Hostile, InstanceIdsOfAnyShapeAreTaken) {
+    const std::string longest = "QX\\" + std::string(190, 'Y') + "\\LONG12";
+    ASSERT_EQ(longest.size(), 200U);
+    for (const std::string& parent_id : {std::string("NOBACKSLASH"), longest, std::string("A\\B\\C\\D\\E")}) {
+        SCOPED_TRACE(parent_id);
+        Use(std::make_unique<qxsim::Machine>());
+        instruments().Reset();
+        qxsim::DeviceSpec parent;
+        parent.id = parent_id;
+        parent.setup_class = "USB";
+        const DEVINST node = machine().AddDevice(qxsim::Machine::kRoot, parent);
+        const std::vector<std::string> ids{"PLAIN", "QX\\" + std::string(191, 'Z') + "\\LONG1",
+                                           "ONE\\BACKSLASH"};
+        for (const std::string& id : ids) {
+            qxsim::DeviceSpec port;
+            port.id = id;
+            port.port = "COM" + std::to_string(60 - id.size() % 7);
+            machine().AddDevice(node, port);
+        }
+        Installer fresh(machine());
+        fresh.Ask(&QxUCoInstallCard, DIF_INSTALLDEVICE, parent_id);
+        EXPECT_EQ(machine().HardwareKey(Dev(parent_id))->subkeys.size(), 3U);
+        for (const std::string& id : ids)
+            fresh.CallBackPort(id);
+        EXPECT_TRUE(machine().HardwareKey(Dev(parent_id))->subkeys.empty());
+        EXPECT_EQ(Disagreements(), "");
+        EXPECT_EQ(fresh.wrong, std::vector<std::string>{});
+    }
+}
+
+// Rights that are refused, and a database that does not open.
+TEST_F(Hostile, ARefusingSystemLeavesNamesAlone) {
+    AdapterSpec adapter{.names = {"COM9", "COM8"}};
+    AddAdapter(machine(), adapter);
+    machine().HardwareKey(Dev(PortId(adapter, 0)))->refused = KEY_SET_VALUE;
+    machine().MakeKey(qxsim::ToWide(qxsim::kSerialCommPath))->refused = KEY_SET_VALUE;
+    machine().MakeKey(qxsim::ToWide(qxsim::kPortsPath))->refused = KEY_ALL_ACCESS;
+    machine().database_broken = true;
+    machine().refused_mutexes.insert(TEXT("{6B0C7D52-9E1F-4A83-B5D4-27F1C0A9E6B8}"));
+    for (std::size_t i = 0; i < 2; ++i) {
+        AskEverything(AdapterId(adapter));
+        installer().CallBackPort(PortId(adapter, i));
+    }
+    EXPECT_EQ(NamesOf(machine(), adapter), adapter.names);
+    EXPECT_EQ(Disagreements(), "");
+}
+
+}  // namespace
+}  // namespace qxtest

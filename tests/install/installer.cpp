@@ -1,0 +1,128 @@
+#include "tests/install/installer.h"
+
+#include "install/card_coinstaller.h"
+#include "install/port_coinstaller.h"
+
+#include <cstdio>
+#include <mutex>
+#include <numeric>
+
+namespace qxtest {
+
+std::string AdapterId(const AdapterSpec& spec) {
+    return "USB\\VID_0F7A&PID_" + spec.product + spec.usb_interface + "\\" + spec.serial;
+}
+
+std::string PortId(const AdapterSpec& spec, std::size_t index) {
+    char instance[8];
+    std::snprintf(instance, sizeof(instance), "%04zu", index + 1);
+    return "QXSER\\PORT" + std::to_string((index + 1) % 10) + "\\" + spec.serial + spec.usb_interface + "&" +
+           instance;
+}
+
+qxsim::DeviceSpec NewPort(const std::string& id) {
+    qxsim::DeviceSpec port;
+    port.id = id;
+    port.setup_class = "Ports";
+    port.started = false;
+    return port;
+}
+
+void AddAdapter(qxsim::Machine& machine, const AdapterSpec& spec) {
+    qxsim::DeviceSpec adapter;
+    adapter.id = AdapterId(spec);
+    adapter.setup_class = "USB";
+    const DEVINST node = machine.AddDevice(spec.parent, adapter);
+    for (std::size_t i = 0; i < spec.names.size(); ++i) {
+        qxsim::DeviceSpec port = NewPort(PortId(spec, i));
+        if (!spec.names[i].empty()) {
+            port.port = spec.names[i];
+            port.started = true;
+        }
+        machine.AddDevice(node, port);
+    }
+}
+
+void InstallByClass(qxsim::Machine& machine, const std::string& id) {
+    qxsim::Device& port = *machine.Find(id);
+    const std::string path = qxsim::ToUtf8(qxsim::Machine::HardwareKeyPath(port.id));
+    if (!machine.ReadText(path, "PortName")) {
+        unsigned number = 3;
+        while (machine.Claimed(number))
+            ++number;
+        const std::string name = "COM" + std::to_string(number);
+        machine.SetClaimed(number, true);
+        machine.WriteText(path, "PortName", name);
+        machine.SetPropertyText(port, SPDRP_FRIENDLYNAME, "Veltramark Serial Port (" + name + ")");
+    }
+    port.problem = 0;
+    machine.Start(port);
+}
+
+std::vector<std::string> NamesOf(const qxsim::Machine& machine, const AdapterSpec& spec) {
+    std::vector<std::string> names;
+    for (std::size_t i = 0; i < spec.names.size(); ++i) {
+        const qxsim::Device* const port = machine.Find(PortId(spec, i));
+        names.push_back(port == nullptr ? "(gone)" : machine.NamesOf(*port).port_name);
+    }
+    return names;
+}
+
+DWORD Installer::Ask(CoInstaller entry, DI_FUNCTION request, const std::string& id, bool post_processing,
+                     DWORD install_result) {
+    SP_DEVINFO_DATA element{};
+    const HDEVINFO set = [&] {
+        // Other threads' calls work on the same computer.
+        const std::lock_guard lock(qxsim::Instruments::The().Lock());
+        return qxsim::HandDevice(machine_, *machine_.Find(id), element);
+    }();
+    COINSTALLER_CONTEXT_DATA context{};
+    context.PostProcessing = post_processing ? TRUE : FALSE;
+    context.InstallResult = install_result;
+    const DWORD answer = entry(request, set, &element, &context);
+
+    const bool first_install = request == DIF_INSTALLDEVICE && !post_processing;
+    const DWORD wanted = first_install ? ERROR_DI_POSTPROCESSING_REQUIRED : install_result;
+    const bool refused_update = request == DIF_UPDATEDRIVER_UI && answer == ERROR_DI_DONT_INSTALL;
+    if (answer != wanted && !refused_update)
+        wrong.push_back("request " + std::to_string(request) + " for " + id + " was answered by " +
+                        std::to_string(answer) + " instead of " + std::to_string(wanted));
+    return answer;
+}
+
+void Installer::CallBackPort(const std::string& id, DWORD result) {
+    Ask(&QxUCoInstallPort, DIF_INSTALLDEVICE, id, true, result);
+}
+
+void Installer::InstallPort(const std::string& id, DWORD result) {
+    Ask(&QxUCoInstallPort, DIF_INSTALLDEVICE, id);
+    InstallByClass(machine_, id);
+    CallBackPort(id, result);
+}
+
+void Installer::BeginReinstall(const AdapterSpec& spec) {
+    Ask(&QxUCoInstallCard, DIF_INSTALLDEVICE, AdapterId(spec));
+    const DEVINST node = machine_.Find(AdapterId(spec))->node;
+    for (std::size_t i = 0; i < spec.names.size(); ++i)
+        RemovePort(PortId(spec, i));
+    for (std::size_t i = 0; i < spec.names.size(); ++i)
+        machine_.AddDevice(node, NewPort(PortId(spec, i)));
+    Ask(&QxUCoInstallCard, DIF_INSTALLDEVICE, AdapterId(spec), true);
+}
+
+void Installer::Reinstall(const AdapterSpec& spec, std::vector<std::size_t> order) {
+    BeginReinstall(spec);
+    if (order.empty()) {
+        order.resize(spec.names.size());
+        std::iota(order.begin(), order.end(), std::size_t{0});
+    }
+    for (const std::size_t index : order)
+        InstallPort(PortId(spec, index));
+}
+
+void Installer::RemovePort(const std::string& id) {
+    Ask(&QxUCoInstallPort, DIF_REMOVE, id);
+    machine_.Remove(*machine_.Find(id));
+}
+
+}  // namespace qxtest

@@ -1,0 +1,489 @@
+// The names that adapters' ports end up with, as a field engineer meets them: reinstallation, adapters among
+// each other, products with fixed numbers, and the order of one adapter's numbers.
+#include "tests/install/installer.h"
+
+#include "install/com_name.h"
+#include "install/fixed_com_numbers.h"
+#include "install/multi_device_products.h"
+#include "install/product_data.h"
+#include "platform/desktop/desktop.h"
+
+#include <algorithm>
+#include <set>
+
+namespace qxtest {
+namespace {
+
+using Names = std::vector<std::string>;
+using qxsim::Desktop;
+
+class Naming : public InstallTest {
+  public:
+    void SetUp() override {
+        InstallTest::SetUp();
+        Desktop::The().Reset();
+        // Whoever is asked for no reason notices.
+        Desktop::The().SetAnswers([](const qxsim::ShownBox&) { return IDNO; });
+    }
+    void TearDown() override {
+        EXPECT_EQ(Disagreements(), "");
+        InstallTest::TearDown();
+    }
+    std::string AddPort(const std::string& id, const std::string& name, bool plugged = true) {
+        qxsim::DeviceSpec port;
+        port.id = id;
+        port.port = name;
+        port.foreign = true;
+        port.plugged = plugged;
+        machine().AddDevice(qxsim::Machine::kRoot, port);
+        return id;
+    }
+    static std::size_t Questions() { return Desktop::The().Boxes().size(); }
+    qx::CCOMPortUtil Port(const std::string& id) {
+        const Handed handed = Hand(id);
+        return qx::CCOMPortUtil(handed.set, handed.element);
+    }
+};
+
+// --- reinstallation
+
+using Reinstallation = Naming;
+
+TEST_F(Reinstallation, OfFourPortsGivesTheUsersNamesAndSettingsBack) {
+    AdapterSpec adapter{.names = {"COM12", "COM7", "COM200", "COM9"}};
+    AddAdapter(machine(), adapter);
+    const auto key = [&](std::size_t i) { return KeyPath(PortId(adapter, i)); };
+    for (std::size_t i = 0; i < adapter.names.size(); ++i) {
+        machine().WriteDword(key(i), "Baudrate", 9600 * (static_cast<std::uint32_t>(i) + 1));
+        machine().WriteDword(key(i), "SupportedBaudRates", 0xFFFF);
+        machine().WriteText(key(i), "Comment", "the driver's own");
+        machine().WriteText(key(i) + "\\UI1", "Label", "Scale " + std::to_string(i));
+        machine().WriteDword(key(i) + "\\UI1", "SupportedColour", 3);
+    }
+    installer().BeginReinstall(adapter);
+    // The new driver has capabilities of its own, and the ports come up under other names.
+    machine().WriteDword(key(0), "SupportedBaudRates", 0xABCD);
+    for (const std::size_t i : {2, 0, 3, 1})
+        installer().InstallPort(PortId(adapter, i));
+
+    EXPECT_EQ(NamesOf(machine(), adapter), adapter.names);
+    EXPECT_EQ(machine().ClaimedNumbers(), (std::vector<unsigned>{7, 9, 12, 200}));
+    EXPECT_EQ(Questions(), 0U);
+    for (std::size_t i = 0; i < adapter.names.size(); ++i) {
+        EXPECT_EQ(machine().ReadDword(key(i), "Baudrate"), 9600 * (i + 1));
+        EXPECT_EQ(machine().ReadText(key(i), "Comment"), std::nullopt);
+        EXPECT_EQ(machine().ReadText(key(i) + "\\UI1", "Label"), "Scale " + std::to_string(i));
+        EXPECT_EQ(machine().ReadDword(key(i) + "\\UI1", "SupportedColour"), 3U);
+        EXPECT_EQ(PortsEntry(adapter.names[i]), "9600,n,8,1");
+    }
+    EXPECT_EQ(machine().ReadDword(key(0), "SupportedBaudRates"), 0xABCDU);
+    EXPECT_EQ(machine().ReadDword(key(1), "SupportedBaudRates"), std::nullopt);
+    EXPECT_TRUE(
+        machine().FindKey(qxsim::Machine::HardwareKeyPath(Dev(AdapterId(adapter)).id))->subkeys.empty())
+        << "a backup was left";
+
+    // Once given back, the backup no longer speaks: a name chosen since survives the next start of the port.
+    ASSERT_TRUE(Port(PortId(adapter, 0)).RenameComPort(TEXT("COM33"), nullptr, false, false));
+    machine().Stop(Dev(PortId(adapter, 0)));
+    machine().Start(Dev(PortId(adapter, 0)));
+    machine().WriteDword(KeyPath(PortId(adapter, 3)), "ChildPortNameSorted", 1);
+    installer().InstallPort(PortId(adapter, 0));
+    EXPECT_EQ(PortName(PortId(adapter, 0)), "COM33");
+}
+
+TEST_F(Reinstallation, OfSixteenPortsInAnyOrderAndOfTwoAdaptersAtOnce) {
+    AdapterSpec a{.product = "1116", .serial = "QXA"};
+    AdapterSpec b{.product = "1116", .serial = "QXB"};
+    for (unsigned i = 0; i < 16; ++i) {
+        a.names.push_back("COM" + std::to_string(10 + (i * 7) % 16));
+        b.names.push_back("COM" + std::to_string(120 - i * 3));
+    }
+    AddAdapter(machine(), a);
+    AddAdapter(machine(), b);
+    const std::vector<unsigned> claimed = machine().ClaimedNumbers();
+    installer().BeginReinstall(a);
+    installer().BeginReinstall(b);
+    for (std::size_t i = 0; i < 16; ++i) {
+        installer().InstallPort(PortId(a, 15 - i));
+        installer().InstallPort(PortId(b, (i * 5) % 16));
+    }
+    EXPECT_EQ(NamesOf(machine(), a), a.names);
+    EXPECT_EQ(NamesOf(machine(), b), b.names);
+    EXPECT_EQ(machine().ClaimedNumbers(), claimed);
+    EXPECT_EQ(Questions(), 0U);
+}
+
+TEST_F(Reinstallation, TakesANameBackFromWhoeverClaimedItAndLeavesAnEqualOneAlone) {
+    AdapterSpec adapter{.names = {"COM7", "COM3"}};
+    AddAdapter(machine(), adapter);
+    installer().BeginReinstall(adapter);
+    machine().SetClaimed(7, true);
+    installer().InstallPort(PortId(adapter, 0));  // comes up as COM3
+    EXPECT_EQ(PortName(PortId(adapter, 0)), "COM7");
+    instruments().Reset();
+    installer().InstallPort(PortId(adapter, 1));  // comes up as COM3, which it was
+    EXPECT_EQ(PortName(PortId(adapter, 1)), "COM3");
+    EXPECT_EQ(Calls("ComDBReleasePort"), 0U);
+    EXPECT_TRUE(machine().Claimed(3));
+    EXPECT_EQ(Questions(), 0U);
+}
+
+TEST_F(Reinstallation, KeepsThePresentNameOfAPortThatIsNotThere) {
+    AdapterSpec adapter{.names = {"COM7"}};
+    AddAdapter(machine(), adapter);
+    machine().WriteDword(KeyPath(PortId(adapter, 0)), "Baudrate", 300);
+    installer().BeginReinstall(adapter);
+    InstallByClass(machine(), PortId(adapter, 0));
+    machine().Stop(Dev(PortId(adapter, 0)));
+    installer().CallBackPort(PortId(adapter, 0));
+    EXPECT_EQ(PortName(PortId(adapter, 0)), "COM3");
+    EXPECT_EQ(machine().ReadDword(KeyPath(PortId(adapter, 0)), "Baudrate"), 300U);
+}
+
+// The restored port is restarted, the others are not; a port without a backup gets its default line settings.
+TEST_F(Reinstallation, RestartsARestoredPortAndLooksThroughTheTree) {
+    AdapterSpec adapter{.names = {"COM7"}};
+    AddAdapter(machine(), adapter);
+    installer().BeginReinstall(adapter);
+    InstallByClass(machine(), PortId(adapter, 0));
+    instruments().Reset();
+    installer().CallBackPort(PortId(adapter, 0));
+    Names steps;
+    bool restart = false;
+    for (const qxsim::CallRecord& call : instruments().Trace()) {
+        restart |= call.function == "CM_Locate_DevNodeW";
+        if (restart)
+            steps.push_back(call.function);
+    }
+    EXPECT_EQ(steps, (Names{"CM_Locate_DevNodeW", "CM_Reenumerate_DevNode",  //
+                            "SetupDiGetDeviceInstallParamsW", "SetupDiSetDeviceInstallParamsW",
+                            "SetupDiSetClassInstallParamsW", "SetupDiCallClassInstaller",
+                            "SetupDiGetDeviceInstallParamsW", "SetupDiSetDeviceInstallParamsW",
+                            "SetupDiSetClassInstallParamsW", "SetupDiCallClassInstaller",
+                            "CM_Reenumerate_DevNode", "ReleaseMutex", "CloseHandle"}));
+    EXPECT_GE(machine().Reenumerations(qxsim::Machine::kRoot), 1U);
+
+    instruments().Reset();
+    installer().CallBackPort(PortId(adapter, 0));
+    EXPECT_EQ(Calls("SetupDiCallClassInstaller"), 0U);
+    EXPECT_EQ(PortsEntry("COM7"), "9600,n,8,1");
+}
+
+// --- fixed numbers
+
+using FixedNumbers = Naming;
+
+TEST_F(FixedNumbers, MakeTheirHolderGiveWay) {
+    AddPort("FOREIGN\\MODEM\\1", "COM89");
+    AddPort("FOREIGN\\PORT\\2", "COM5");
+    AdapterSpec adapter{.product = "2103", .names = {""}};
+    AddAdapter(machine(), adapter);
+    const DEVINST parent = Dev(AdapterId(adapter)).node;
+    installer().InstallPort(PortId(adapter, 0));
+    EXPECT_EQ(NamesOf(machine(), adapter), Names{"COM89"});
+    EXPECT_EQ(PortName("FOREIGN\\MODEM\\1"), "COM6") << "the first free number from 5";
+    EXPECT_EQ(PortName("FOREIGN\\PORT\\2"), "COM5");
+    EXPECT_EQ(machine().ClaimedNumbers(), (std::vector<unsigned>{5, 6, 89}));
+    EXPECT_EQ(Questions(), 0U);
+    EXPECT_NE(parent, 0U);
+
+    // Once it has its number, nothing more happens to it, not even ordering.
+    instruments().Reset();
+    installer().CallBackPort(PortId(adapter, 0));
+    EXPECT_EQ(Calls("SetupDiCallClassInstaller") + Calls("GetVersionExW") + Calls("DefineDosDeviceW"), 0U);
+    EXPECT_EQ(SortedMark(PortId(adapter, 0)), std::nullopt);
+}
+
+// A device that is not plugged in has no DOS name that could be moved, so it keeps its name beside the new
+// holder, and has to be renamed when it comes back.
+TEST_F(FixedNumbers, AreTakenFromADeviceThatIsNotPluggedIn) {
+    AddPort("FOREIGN\\GHOST\\1", "COM89", false);
+    AdapterSpec adapter{.product = "2103", .names = {""}};
+    AddAdapter(machine(), adapter);
+    installer().InstallPort(PortId(adapter, 0));
+    EXPECT_EQ(NamesOf(machine(), adapter), Names{"COM89"});
+    EXPECT_EQ(PortName("FOREIGN\\GHOST\\1"), "COM89");
+    EXPECT_EQ(Questions(), 0U);
+}
+
+TEST_F(FixedNumbers, GoToThePortInstalledLast) {
+    AdapterSpec p2{.product = "2202", .serial = "QXP2", .names = {""}, .usb_interface = "&MI_01"};
+    AdapterSpec p4a{.product = "2204", .serial = "QXP4", .names = {""}, .usb_interface = "&MI_00"};
+    AdapterSpec p4b{.product = "2204", .serial = "QXP4", .names = {""}, .usb_interface = "&MI_01"};
+    for (const AdapterSpec& spec : {p2, p4a, p4b}) {
+        AddAdapter(machine(), spec);
+        installer().InstallPort(PortId(spec, 0));
+    }
+    EXPECT_EQ(NamesOf(machine(), p4a), Names{"COM4"});
+    EXPECT_EQ(NamesOf(machine(), p4b), Names{"COM5"});
+    EXPECT_EQ(NamesOf(machine(), p2), Names{"COM6"}) << "was COM4, went to 5, and had to leave again";
+    installer().InstallPort(PortId(p2, 0));
+    EXPECT_EQ(NamesOf(machine(), p2), Names{"COM4"});
+    EXPECT_EQ(NamesOf(machine(), p4a), Names{"COM6"});
+}
+
+TEST_F(FixedNumbers, AreTakenOverWhereTheHolderHasNowhereToGo) {
+    for (unsigned number = 5; number <= 254; ++number)
+        machine().SetClaimed(number, true);
+    AddPort("FOREIGN\\PORT\\1", "COM89");
+    AdapterSpec adapter{.product = "2103", .names = {"COM3"}};
+    AddAdapter(machine(), adapter);
+    installer().CallBackPort(PortId(adapter, 0));
+    EXPECT_EQ(PortName("FOREIGN\\PORT\\1"), "COM89") << "no third device's number is taken for it";
+    EXPECT_EQ(NamesOf(machine(), adapter), Names{"COM89"});
+    EXPECT_TRUE(machine().Claimed(89));
+    EXPECT_EQ(Questions(), 0U);
+    machine().Remove(Dev("FOREIGN\\PORT\\1"));  // two ports of one name, which the user has to put right
+}
+
+TEST_F(FixedNumbers, BelongToExactlyTheProductsOfTheTable) {
+    for (const char* const id : {"USB\\VID_0F7A&PID_21010\\X", "USB\\VID_0F7A&PID_2202\\X",
+                                 "USB\\VID_0F7A&PID_2202&MI_02\\X", "USB\\VID_0F7A&PID_2101", "USB"}) {
+        qxsim::DeviceSpec parent;
+        parent.id = id;
+        parent.setup_class = "USB";
+        const DEVINST node = machine().AddDevice(qxsim::Machine::kRoot, parent);
+        qxsim::DeviceSpec child = NewPort(std::string("QXSER\\CHILD\\") + std::to_string(node));
+        const DEVINST port = machine().AddDevice(node, child);
+        EXPECT_FALSE(qx::IsFixedNumberProduct(qx::PortHardwareId(port))) << id;
+    }
+    std::set<std::string> ids;
+    for (const qx::FixedComNumber& row : qx::FixedComNumberTable) {
+        EXPECT_TRUE(qx::IsFixedNumberProduct(row.port_hardware_id));
+        EXPECT_EQ(qx::UpperCase(row.port_hardware_id), row.port_hardware_id);
+        ids.insert(qxsim::ToUtf8(row.port_hardware_id));
+    }
+    for (const WCHAR* const id : qx::MultiDeviceProductIds) {
+        EXPECT_EQ(qx::UpperCase(id), id);
+        ids.insert(qxsim::ToUtf8(id));
+    }
+    EXPECT_EQ(ids.size(), 39U) << "an id is listed twice";
+    // Lower case, as some buses report it.
+    qxsim::DeviceSpec parent;
+    parent.id = "usb\\vid_0f7a&pid_2202&mi_01\\7&x";
+    parent.setup_class = "USB";
+    const DEVINST node = machine().AddDevice(qxsim::Machine::kRoot, parent);
+    const DEVINST port = machine().AddDevice(node, NewPort("QXSER\\LOWER\\1"));
+    EXPECT_TRUE(qx::IsFixedNumberProduct(qx::PortHardwareId(port)));
+}
+
+// --- order
+
+class Ordering : public Naming {
+  public:
+    // Orders by the call back of the first port; what the ports are called then.
+    Names Order(const AdapterSpec& spec) {
+        installer().CallBackPort(PortId(spec, 0));
+        return NamesOf(machine(), spec);
+    }
+};
+
+TEST_F(Ordering, PutsSwapsAndCyclesStraight) {
+    const std::vector<Names> starts{{"COM7", "COM5", "COM6"},
+                                    {"COM5", "COM6", "COM3", "COM4"},
+                                    {"COM20", "COM19", "COM18", "COM17", "COM16"},
+                                    {"COM6", "COM3", "COM4", "COM5"},
+                                    {"COM256", "COM1"}};
+    for (const Names& start : starts) {
+        Use(std::make_unique<qxsim::Machine>());
+        AdapterSpec adapter{.names = start};
+        AddAdapter(machine(), adapter);
+        const std::vector<unsigned> claimed = machine().ClaimedNumbers();
+        Names wanted = start;
+        std::ranges::sort(wanted, {}, [](const std::string& name) { return std::stoi(name.substr(3)); });
+        Installer fresh(machine());
+        fresh.CallBackPort(PortId(adapter, 0));
+        EXPECT_EQ(NamesOf(machine(), adapter), wanted);
+        EXPECT_EQ(machine().ClaimedNumbers(), claimed);
+        EXPECT_EQ(Disagreements(), "");
+        EXPECT_EQ(SortedMark(PortId(adapter, start.size() - 1)), 1U);
+        EXPECT_EQ(Calls("SetupDiCallClassInstaller"), 2U) << "the last device is restarted, once";
+        EXPECT_EQ(Questions(), 0U);
+        instruments().Reset();
+        fresh.CallBackPort(PortId(adapter, 0));
+        EXPECT_EQ(instruments().CallCount("DefineDosDeviceW"), 0U);
+    }
+}
+
+TEST_F(Ordering, ChangesNothingThatIsInOrderAlready) {
+    for (const Names& start : {Names{"COM3", "COM4", "COM9"}, Names{"COM8"}}) {
+        AdapterSpec adapter{.serial = "QX" + start[0], .names = start};
+        AddAdapter(machine(), adapter);
+        EXPECT_EQ(Order(adapter), start);
+        EXPECT_EQ(SortedMark(PortId(adapter, start.size() - 1)), 1U);
+    }
+    EXPECT_EQ(Calls("SetupDiCallClassInstaller") + Calls("DefineDosDeviceW"), 0U);
+
+    // Two ports of one number, which a user can choose, are in order.
+    AdapterSpec twins{.serial = "QXTWIN", .names = {"COM50", "COM51"}};
+    AddAdapter(machine(), twins);
+    machine().WriteText(KeyPath(PortId(twins, 1)), "PortName", "COM50");
+    EXPECT_EQ(Order(twins), (Names{"COM50", "COM50"}));
+    EXPECT_EQ(SortedMark(PortId(twins, 1)), 1U);
+    machine().WriteText(KeyPath(PortId(twins, 1)), "PortName", "COM51");
+}
+
+TEST_F(Ordering, WaitsUntilEveryDeviceRunsAndThenHappensOnce) {
+    AdapterSpec adapter{.names = {"COM9", "COM8", ""}};
+    AddAdapter(machine(), adapter);
+    EXPECT_EQ(Order(adapter), (Names{"COM9", "COM8", ""})) << "the third port has no driver yet";
+    EXPECT_EQ(SortedMark(PortId(adapter, 1)), std::nullopt);
+    installer().InstallPort(PortId(adapter, 2));
+    EXPECT_EQ(NamesOf(machine(), adapter), (Names{"COM3", "COM8", "COM9"}));
+
+    // From now on the user's own choice stays.
+    ASSERT_TRUE(Port(PortId(adapter, 0)).RenameComPort(TEXT("COM77"), nullptr, false, false));
+    EXPECT_EQ(Order(adapter), (Names{"COM77", "COM8", "COM9"}));
+}
+
+TEST_F(Ordering, BelongsToSystemsFromSixOneOn) {
+    const std::vector<std::pair<std::pair<DWORD, DWORD>, bool>> systems{
+        {{5, 1}, false}, {{5, 2}, false}, {{6, 0}, false}, {{6, 1}, true}, {{6, 3}, true}, {{10, 0}, true}};
+    for (const auto& [version, orders] : systems) {
+        Use(std::make_unique<qxsim::Machine>());
+        machine().major_version = version.first;
+        machine().minor_version = version.second;
+        AdapterSpec adapter{.names = {"COM9", "COM8"}};
+        AddAdapter(machine(), adapter);
+        Installer(machine()).CallBackPort(PortId(adapter, 0));
+        EXPECT_EQ(PortName(PortId(adapter, 0)), orders ? "COM8" : "COM9")
+            << version.first << '.' << version.second;
+    }
+}
+
+TEST_F(Ordering, GivesUpASwapForWhichNoNumberIsFree) {
+    AdapterSpec adapter{.names = {"COM9", "COM8"}};
+    AddAdapter(machine(), adapter);
+    for (unsigned number = 3; number <= 255; ++number)
+        machine().SetClaimed(number, true);
+    EXPECT_EQ(Order(adapter), adapter.names);
+    EXPECT_EQ(SortedMark(PortId(adapter, 1)), std::nullopt);
+    EXPECT_EQ(Questions(), 0U);
+    machine().SetClaimed(255, false);
+    EXPECT_EQ(Order(adapter), (Names{"COM8", "COM9"}));
+    EXPECT_FALSE(machine().Claimed(255));
+}
+
+// A product of several USB devices behind a hub, below the adapter node: ports on the third level, a port
+// directly on the first, and a device on the second that does not say what it is.
+TEST_F(Ordering, GoesThroughAllDevicesOfAMultiDeviceProduct) {
+    const auto add = [&](DEVINST parent, const std::string& id, const std::string& setup_class) {
+        qxsim::DeviceSpec device;
+        device.id = id;
+        device.setup_class = setup_class;
+        return machine().AddDevice(parent, device);
+    };
+    const auto add_port = [&](DEVINST parent, const std::string& id, const std::string& name) {
+        qxsim::DeviceSpec port;
+        port.id = id;
+        port.port = name;
+        machine().AddDevice(parent, port);
+    };
+    const DEVINST adapter = add(qxsim::Machine::kRoot, "USB\\VID_0F7A&PID_9000\\ADAPTER", "USB");
+    const DEVINST hub = add(adapter, "USB\\VID_0F7A&PID_9001\\HUB", "USB");
+    const DEVINST first = add(hub, "usb\\vid_0f7a&pid_3204&x\\A", "USB");
+    const DEVINST second = add(hub, "USB\\VID_0F7A&PID_3204\\B", "USB");
+    add_port(first, "QXSER\\PORT1\\A1", "COM24");
+    add_port(first, "QXSER\\PORT2\\A2", "COM23");
+    add_port(second, "QXSER\\PORT1\\B1", "COM22");
+    add(hub, "USB\\UNKNOWN\\1", "");
+    add_port(adapter, "QXSER\\PORT9\\X", "COM21");
+
+    ASSERT_TRUE(qx::IsMultiDeviceProduct(TEXT("usb\\vid_0f7a&pid_3204&x\\A")));
+    ASSERT_FALSE(qx::IsMultiDeviceProduct(TEXT("PCI\\VID_0F7A&PID_3204")));
+    installer().CallBackPort("QXSER\\PORT1\\B1");
+    EXPECT_EQ(PortName("QXSER\\PORT1\\A1"), "COM21");
+    EXPECT_EQ(PortName("QXSER\\PORT2\\A2"), "COM22");
+    EXPECT_EQ(PortName("QXSER\\PORT1\\B1"), "COM23");
+    EXPECT_EQ(PortName("QXSER\\PORT9\\X"), "COM24");
+    EXPECT_EQ(SortedMark("QXSER\\PORT9\\X"), 1U) << "the last device of the first level";
+    EXPECT_EQ(SortedMark("USB\\VID_0F7A&PID_9001\\HUB"), std::nullopt);
+}
+
+// --- one rename
+
+using Renaming = Naming;
+
+TEST_F(Renaming, MovesAllPlacesAndAsksOnlyWhenItMust) {
+    AdapterSpec adapter{.names = {"COM3"}};
+    AddAdapter(machine(), adapter);
+    const std::string id = PortId(adapter, 0);
+    machine().SetPropertyText(Dev(id), SPDRP_FRIENDLYNAME, "Port (COM3) COM3");
+    machine().WriteText(qxsim::kPortsPath, "COM3:", "300,e,7,2");
+    EXPECT_TRUE(Port(id).RenameComPort(TEXT("COM12"), nullptr, false, false));
+    EXPECT_EQ(machine().PropertyText(Dev(id), SPDRP_FRIENDLYNAME), "Port (COM12) COM12");
+    EXPECT_EQ(PortsEntry("COM12"), "9600,n,8,1");
+    EXPECT_EQ(PortsEntry("COM3"), "300,e,7,2") << "settings of earlier names stay";
+    EXPECT_EQ(machine().ClaimedNumbers(), std::vector<unsigned>{12});
+
+    const std::uint64_t changes = instruments().Changes();
+    EXPECT_TRUE(Port(id).RenameComPort(TEXT("COM12"), nullptr, true, true));
+    EXPECT_EQ(instruments().Changes(), changes) << "the same name";
+
+    // Somebody else's number: No changes nothing, Yes takes it.
+    machine().SetClaimed(20, true);
+    EXPECT_TRUE(Port(id).RenameComPort(TEXT("COM20"), nullptr, false, false));
+    EXPECT_EQ(PortName(id), "COM12");
+    // Held open: asked only by who wants to ask.
+    Dev(id).held_open_by = TEXT("terminal.exe");
+    EXPECT_TRUE(Port(id).RenameComPort(TEXT("COM13"), nullptr, true, false));
+    EXPECT_EQ(PortName(id), "COM12");
+    const std::vector<qxsim::ShownBox> boxes = Desktop::The().Boxes();
+    ASSERT_EQ(boxes.size(), 2U);
+    for (const qxsim::ShownBox& box : boxes) {
+        EXPECT_EQ(box.caption, "Error");
+        EXPECT_EQ(box.type, UINT{MB_YESNO | MB_ICONINFORMATION});
+    }
+    EXPECT_TRUE(boxes[0].text.starts_with("This COM name is being used by another device"));
+    EXPECT_TRUE(boxes[1].text.starts_with("The port has been opened by another application."));
+    EXPECT_TRUE(Port(id).RenameComPort(TEXT("COM13"), nullptr, false, false));
+    EXPECT_EQ(Questions(), 2U);
+    Desktop::The().SetAnswers([](const qxsim::ShownBox&) { return IDYES; });
+    EXPECT_TRUE(Port(id).RenameComPort(TEXT("COM20"), nullptr, true, true));
+    EXPECT_EQ(PortName(id), "COM20");
+    EXPECT_EQ(Questions(), 4U);
+    EXPECT_EQ(machine().ClaimedNumbers(), std::vector<unsigned>{20});
+}
+
+// What a failure midway leaves, so that a support engineer can tell from the places where it happened.
+TEST_F(Renaming, LeavesWhatWasWrittenBeforeTheFailure) {
+    AdapterSpec adapter{.names = {"COM3"}};
+    AddAdapter(machine(), adapter);
+    const std::string id = PortId(adapter, 0);
+    const std::unique_ptr<qxsim::Machine> start = machine().Clone();
+    struct Case {
+        const char* function;
+        std::uint64_t nth;
+        const char* dos_name;
+        unsigned claim;
+        const char* serial_comm;
+        const char* friendly_name;
+    };
+    constexpr const char* kOld = "Veltramark Serial Port (COM3)";
+    const Case cases[] = {
+        {"QueryDosDeviceW", 1, "COM3", 3, "COM3", kOld},
+        {"DefineDosDeviceW", 1, "COM3", 3, "COM3", kOld},
+        {"DefineDosDeviceW", 2, "COM3", 3, "COM3", kOld},  // rolled back
+        {"RegOpenKeyExW", 1, "COM8", 3, "COM3", kOld},
+        {"RegSetValueExW", 1, "COM8", 3, "COM3", kOld},
+        {"SetupDiSetDeviceRegistryPropertyW", 1, "COM8", 8, "COM8", kOld},
+        {"RegSetValueExW", 2, "COM8", 8, "COM8", "Veltramark Serial Port (COM8)"},
+    };
+    for (const Case& failing : cases) {
+        SCOPED_TRACE(std::string(failing.function) + " " + std::to_string(failing.nth));
+        Use(start->Clone());
+        instruments().Inject({.function = failing.function, .nth = failing.nth});
+        EXPECT_FALSE(Port(id).RenameComPort(TEXT("COM8"), nullptr, false, false));
+        instruments().ClearFaults();
+        const qxsim::Machine::PortNames names = machine().NamesOf(Dev(id));
+        EXPECT_EQ(names.port_name, "COM3");
+        EXPECT_EQ(names.dos_names, Names{failing.dos_name});
+        EXPECT_EQ(machine().ClaimedNumbers(), std::vector<unsigned>{failing.claim});
+        EXPECT_EQ(names.serial_comm, failing.serial_comm);
+        EXPECT_EQ(names.friendly_name, failing.friendly_name);
+    }
+    Use(start->Clone());
+}
+
+}  // namespace
+}  // namespace qxtest

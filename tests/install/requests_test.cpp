@@ -1,0 +1,233 @@
+// What each entry answers to which request, and what it leaves alone.
+#include "tests/install/installer.h"
+
+#include "install/card_coinstaller.h"
+#include "install/gpio_coinstaller.h"
+#include "install/port_coinstaller.h"
+#include "platform/desktop/desktop.h"
+
+namespace qxtest {
+namespace {
+
+using qxsim::Desktop;
+
+constexpr CoInstaller kEntries[] = {&QxUCoInstallPort, &QxUCoInstallCard, &QxUCoInstallGpio};
+
+class Requests : public InstallTest {
+  public:
+    void SetUp() override {
+        InstallTest::SetUp();
+        Desktop::The().Reset();
+        AddAdapter(machine(), adapter);
+    }
+    AdapterSpec adapter{.names = {"COM9", "COM5"}};
+};
+
+TEST_F(Requests, OthersAreAnsweredWithoutACall) {
+    instruments().Reset();
+    for (const CoInstaller entry : kEntries)
+        for (const DI_FUNCTION request :
+             {DIF_SELECTDEVICE, DIF_PROPERTYCHANGE, DIF_NEWDEVICEWIZARD_FINISHINSTALL, DIF_INSTALLINTERFACES,
+              DIF_REGISTER_COINSTALLERS})
+            for (const bool post : {false, true})
+                EXPECT_EQ(installer().Ask(entry, request, PortId(adapter, 0), post), DWORD{NO_ERROR});
+    // A first call of an installation asks to be called back, and only the adapter's has something to do
+    // before it.
+    installer().Ask(&QxUCoInstallPort, DIF_INSTALLDEVICE, PortId(adapter, 0));
+    installer().Ask(&QxUCoInstallGpio, DIF_INSTALLDEVICE, PortId(adapter, 0));
+    installer().Ask(&QxUCoInstallGpio, DIF_INSTALLDEVICE, PortId(adapter, 0), true, ERROR_ACCESS_DENIED);
+    installer().Ask(&QxUCoInstallCard, DIF_INSTALLDEVICE, AdapterId(adapter), true, 0xE0000203);
+    EXPECT_EQ(instruments().CallCount(), 0U);
+}
+
+TEST_F(Requests, AFailedInstallationsResultComesBackAfterTheNamesWereSeenTo) {
+    for (const DWORD result : {DWORD{0xE0000203}, DWORD{ERROR_CANCELLED}, DWORD{0xFFFFFFFF}}) {
+        installer().CallBackPort(PortId(adapter, 0), result);
+        EXPECT_EQ(NamesOf(machine(), adapter), (std::vector<std::string>{"COM5", "COM9"}));
+    }
+    EXPECT_EQ(Calls("ReleaseMutex"), 3U);
+    // The entry of a port that did not get its driver is not written; those of the renames are.
+    machine().DeleteKey(qxsim::ToWide(qxsim::kPortsPath));
+    installer().CallBackPort(PortId(adapter, 0), ERROR_CANCELLED);
+    EXPECT_EQ(PortsEntry("COM5"), std::nullopt);
+    installer().CallBackPort(PortId(adapter, 0));
+    EXPECT_EQ(PortsEntry("COM5"), "9600,n,8,1");
+}
+
+TEST_F(Requests, ADirectDriverUpdateIsRefusedByTheNumberOne) {
+    const std::string id = PortId(adapter, 0);
+    const auto answers = [&](DWORD wanted, const std::string& what) {
+        for (const CoInstaller entry : kEntries) {
+            instruments().Reset();
+            EXPECT_EQ(installer().Ask(entry, DIF_UPDATEDRIVER_UI, id), wanted) << what;
+            EXPECT_EQ(Calls("MessageBoxW"), wanted == NO_ERROR ? 0U : 1U) << what;
+        }
+    };
+    answers(NO_ERROR, "no value");
+    for (const char* const text : {"1", "  1", "01", "+1", "1 of 2"}) {
+        machine().WriteText(KeyPath(id), "NoUpgrade", text);
+        answers(ERROR_DI_DONT_INSTALL, text);
+    }
+    for (const char* const text : {"", "0", "2", "-1", "11", "x1", "one"}) {
+        machine().WriteText(KeyPath(id), "NoUpgrade", text);
+        answers(NO_ERROR, text);
+    }
+    machine().WriteDword(KeyPath(id), "NoUpgrade", 1);
+    answers(NO_ERROR, "the number 1, which does not spell the digit");
+
+    const std::vector<qxsim::ShownBox> boxes = Desktop::The().Boxes();
+    ASSERT_FALSE(boxes.empty());
+    EXPECT_EQ(boxes.back().caption, "Tessel");
+    EXPECT_EQ(boxes.back().type, UINT{MB_ICONHAND});
+    EXPECT_EQ(boxes.back().owner, nullptr);
+    EXPECT_EQ(
+        boxes.back().text,
+        "Please update the Veltramark driver found under Universal Serial Bus Controllers in Device "
+        "Manager.\r\nThis will automatically initiate the port driver update.\r\n\r\nPlease see Product "
+        "Manual for further details.");
+}
+
+TEST_F(Requests, ARemovedPortGivesItsNameBackAndNobodyElses) {
+    const std::string id = PortId(adapter, 0);
+    machine().DefineDosName(TEXT("COM9"), TEXT("\\Device\\Somebody"));  // stacked on top by another driver
+    machine().DefineDosName(TEXT("COM9"), Dev(id).kernel_path);
+    installer().Ask(&QxUCoInstallPort, DIF_REMOVE, id);
+    EXPECT_EQ(machine().DosTarget("COM9"), "\\Device\\Somebody");
+    EXPECT_FALSE(machine().Claimed(9));
+    EXPECT_TRUE(machine().Claimed(5));
+    EXPECT_EQ(PortName(id), "COM9") << "goes with the device's key";
+    EXPECT_EQ(machine().NamesOf(Dev(id)).serial_comm, "COM9") << "goes with the driver";
+
+    // A port without a name has nothing to give back, and one without a DOS name keeps its claim.
+    const std::string other = PortId(adapter, 1);
+    machine().DropDosNamesOf(Dev(other).kernel_path);
+    installer().Ask(&QxUCoInstallPort, DIF_REMOVE, other);
+    EXPECT_TRUE(machine().Claimed(5));
+    machine().HardwareKey(Dev(other))->values.clear();
+    installer().Ask(&QxUCoInstallPort, DIF_REMOVE, other);
+    EXPECT_TRUE(machine().Claimed(5));
+}
+
+TEST_F(Requests, RemovingAnAdapterStartsItsUninstallProgramAndDoesNotWait) {
+    const std::string id = AdapterId(adapter);
+    installer().Ask(&QxUCoInstallCard, DIF_REMOVE, id);
+    EXPECT_EQ(Calls("CreateProcessW"), 0U) << "no value";
+
+    machine().WriteText(KeyPath(id), "UnInstall", "qxun.exe");
+    installer().Ask(&QxUCoInstallCard, DIF_REMOVE, id);
+    EXPECT_TRUE(machine().started_programs.empty()) << "no such program";
+
+    const qxsim::WideString path = machine().system_directory + TEXT("\\qxun.exe");
+    machine().programs[path] = {.runs_for = 30000};
+    const std::uint64_t before = machine().clock;
+    installer().Ask(&QxUCoInstallCard, DIF_REMOVE, id);
+    ASSERT_EQ(machine().started_programs.size(), 1U);
+    EXPECT_EQ(machine().started_programs[0].path, path);
+    EXPECT_EQ(machine().started_programs[0].command_line, qxsim::WideString());
+    EXPECT_TRUE(machine().started_programs[0].inherit_handles);
+    EXPECT_EQ(machine().started_programs[0].creation_flags, DWORD{NORMAL_PRIORITY_CLASS});
+    EXPECT_EQ(machine().clock, before);
+
+    // Without the system directory a program of that name could be anybody's.
+    instruments().Inject({.function = "GetSystemDirectoryW"});
+    installer().Ask(&QxUCoInstallCard, DIF_REMOVE, id);
+    EXPECT_EQ(machine().started_programs.size(), 1U);
+}
+
+// --- the GPIO function and its companion
+
+class GpioRemoval : public InstallTest {
+  public:
+    static constexpr const char* kGpio = "PCI\\VEN_0F7A&DEV_4101\\GPIO";
+    static constexpr const char* kSerial = "PCI\\VEN_0F7A&DEV_4102\\SERIAL";
+
+    void SetUp() override {
+        InstallTest::SetUp();
+        Add(kGpio, "System", "PCI bus 3, device 0, function 0");
+    }
+    void Add(const std::string& id, const std::string& setup_class, std::optional<std::string> location) {
+        qxsim::DeviceSpec device;
+        device.id = id;
+        device.setup_class = setup_class;
+        device.location = std::move(location);
+        machine().AddDevice(qxsim::Machine::kRoot, device);
+    }
+    bool There(const std::string& id) { return machine().Find(id) != nullptr; }
+    void RemoveGpio() { installer().Ask(&QxUCoInstallGpio, DIF_REMOVE, kGpio); }
+};
+
+TEST_F(GpioRemoval, TakesTheFirstCompanionAtTheSamePlaceWithIt) {
+    Add("PCI\\ELSEWHERE", "MultiPortSerial", "PCI bus 4, device 0, function 1");
+    Add("PCI\\SAMEPLACE", "System", "PCI bus 3, device 0, function 1");
+    Add(kSerial, "MultiPortSerial", "PCI bus 3, device 0, function 1");
+    Add("PCI\\SECOND", "MultiPortSerial", "PCI bus 3, device 0, function 1");
+    RemoveGpio();
+    EXPECT_FALSE(There(kSerial));
+    EXPECT_TRUE(There("PCI\\SECOND") && There("PCI\\ELSEWHERE") && There("PCI\\SAMEPLACE"));
+    EXPECT_FALSE(machine().MutexExists(TEXT("{D1F4A3E7-58B2-4C96-8A0D-6E93B7C2F514}")));
+}
+
+TEST_F(GpioRemoval, LeavesEverythingWhereTheLocationDoesNotFit) {
+    Add(kSerial, "MultiPortSerial", "PCI bus 3, device 0, function 1");
+    const std::string padding(50, ' ');
+    for (const std::string& location :
+         {std::string("PCI bus 3, device 0, function 1"), std::string("PCI bus 3, device 0, function 2"),
+          std::string("PCI bus 3, device 0, Function 0"), std::string("PCI bus 3, function "),
+          std::string("PCI bus 3, device 0, function 0") + padding, std::string()}) {
+        machine().SetPropertyText(Dev(kGpio), SPDRP_LOCATION_INFORMATION, location);
+        RemoveGpio();
+        EXPECT_TRUE(There(kSerial)) << location;
+    }
+    Dev(kGpio).properties.erase(SPDRP_LOCATION_INFORMATION);
+    RemoveGpio();
+    EXPECT_TRUE(There(kSerial));
+}
+
+TEST_F(GpioRemoval, StopsAtADeviceThatDoesNotSayWhereItIsAndPassesAbsentOnes) {
+    Add("PCI\\ABSENT", "MultiPortSerial", "PCI bus 3, device 0, function 1");
+    machine().SetPlugged(Dev("PCI\\ABSENT"), false);
+    Add("PCI\\SILENT", "MultiPortSerial", std::nullopt);
+    Add(kSerial, "MultiPortSerial", "PCI bus 3, device 0, function 1");
+    RemoveGpio();
+    EXPECT_TRUE(There(kSerial));
+    machine().Remove(Dev("PCI\\SILENT"));
+    RemoveGpio();
+    EXPECT_FALSE(There(kSerial));
+    EXPECT_TRUE(There("PCI\\ABSENT"));
+}
+
+TEST_F(GpioRemoval, SkipsWhileAnotherRemovalIsUnderWay) {
+    constexpr const char* kOtherGpio = "PCI\\VEN_0F7A&DEV_4101\\GPIO2";
+    Add(kSerial, "MultiPortSerial", "PCI bus 3, device 0, function 1");
+    Add(kOtherGpio, "System", "PCI bus 7, device 0, function 0");
+    Add("PCI\\OTHERSERIAL", "MultiPortSerial", "PCI bus 7, device 0, function 1");
+    unsigned nested = 0;
+    machine().co_installers = [&](DI_FUNCTION request, HDEVINFO, PSP_DEVINFO_DATA) -> DWORD {
+        if (request != DIF_REMOVE)
+            return NO_ERROR;
+        ++nested;
+        // The same adapter's other removal comes from this process, that of the other adapter from another
+        // one.
+        installer().Ask(&QxUCoInstallGpio, DIF_REMOVE, kGpio);
+        const qxsim::SimulatedProcess other(7);
+        return installer().Ask(&QxUCoInstallGpio, DIF_REMOVE, kOtherGpio);
+    };
+    RemoveGpio();
+    EXPECT_EQ(nested, 1U);
+    EXPECT_FALSE(There(kSerial));
+    EXPECT_TRUE(There("PCI\\OTHERSERIAL"));
+
+    // A stale error code does not pass for the mutex's, a mutex of somebody else's does stop it, and a system
+    // that gives no mutex does not.
+    machine().co_installers = nullptr;
+    SetLastError(ERROR_ALREADY_EXISTS);
+    installer().Ask(&QxUCoInstallGpio, DIF_REMOVE, kOtherGpio);
+    EXPECT_FALSE(There("PCI\\OTHERSERIAL"));
+    Add(kSerial, "MultiPortSerial", "PCI bus 3, device 0, function 1");
+    machine().refused_mutexes.insert(TEXT("{D1F4A3E7-58B2-4C96-8A0D-6E93B7C2F514}"));
+    RemoveGpio();
+    EXPECT_FALSE(There(kSerial));
+}
+
+}  // namespace
+}  // namespace qxtest
