@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
+#include <cstring>
 #include <cuchar>
 #include <cwchar>
 #include <limits>
@@ -23,16 +25,37 @@ constexpr std::size_t kNumberSize = 4;
 constexpr std::size_t kLongestNarrow = 255;
 constexpr std::size_t kLongestWide = 32767;
 
+// Streams are little-endian, as is every machine that the drivers run on; so a number is copied as it lies in
+// memory.
+static_assert(std::endian::native == std::endian::little);
+
 void StoreNumber(BYTE* out, DWORD value) noexcept {
-    out[0] = static_cast<BYTE>(value);
-    out[1] = static_cast<BYTE>(value >> 8);
-    out[2] = static_cast<BYTE>(value >> 16);
-    out[3] = static_cast<BYTE>(value >> 24);
+    std::memcpy(out, &value, kNumberSize);
 }
 
 DWORD LoadNumber(const BYTE* in) noexcept {
-    return static_cast<DWORD>(in[0]) | static_cast<DWORD>(in[1]) << 8 | static_cast<DWORD>(in[2]) << 16 |
-           static_cast<DWORD>(in[3]) << 24;
+    DWORD value = 0;
+    std::memcpy(&value, in, kNumberSize);
+    return value;
+}
+
+// Calls `move` for 0 to `count` - 1, eight at a time: a port's numbers move in less time than the processor
+// needs to notice the end of a plain loop.
+template <typename Move>
+void ForEachInStretch(std::size_t count, Move move) {
+    std::size_t i = 0;
+    for (; count - i >= 8; i += 8) {
+        move(i);
+        move(i + 1);
+        move(i + 2);
+        move(i + 3);
+        move(i + 4);
+        move(i + 5);
+        move(i + 6);
+        move(i + 7);
+    }
+    for (; i != count; ++i)
+        move(i);
 }
 
 // How the options shape one item.
@@ -377,29 +400,29 @@ bool CSsInformationSet::Encode(BYTE* buffer, DWORD& free_bytes, DWORD options) n
         writer.Number(serialisation_.CheckValue());
     }
     for (position_ = 0; position_ != elements_.size();) {
-        const Element* element = elements_.data() + position_;
-        if (element->type_ == kNumberElement) {
+        const Element* const element = elements_.data() + position_;
+        if (element->type_ == kNumberElement && !format.Tagged()) {
             // A stretch of numbers is as long as the buffer allows, found out once.
-            const std::size_t fitting =
-                std::min<std::size_t>(element->stretch_, writer.Free() / format.NumberSize());
+            const std::size_t fitting = std::min<std::size_t>(element->stretch_, writer.Free() / kNumberSize);
             const bool all_fit = fitting == element->stretch_;
-            BYTE* out = writer.Take(fitting * format.NumberSize());
+            BYTE* const out = writer.Take(fitting * kNumberSize);
+            ForEachInStretch(fitting, [=](std::size_t i) {
+                StoreNumber(out + i * kNumberSize, *static_cast<const DWORD*>(element[i].value_));
+            });
             position_ += fitting;
-            for (const Element* const end = element + fitting; element != end; ++element) {
-                if (format.Tagged())
-                    *out++ = kNumberTag;
-                StoreNumber(out, *static_cast<const DWORD*>(element->value_));
-                out += kNumberSize;
-            }
             if (!all_fit)
                 return false;
-        } else if (element->type_ == kStringElement) {
-            if (!EncodeString(writer, format, *element->String()))
+            continue;
+        }
+        if (element->type_ == kNumberElement) {
+            if (!writer.Fits(format.NumberSize()))
                 return false;
-            ++position_;
-        } else {
+            writer.Byte(kNumberTag);
+            writer.Number(*element->Number());
+        } else if (element->type_ != kStringElement || !EncodeString(writer, format, *element->String())) {
             return false;
         }
+        ++position_;
     }
     return true;
 }
@@ -419,16 +442,15 @@ bool CSsInformationSet::Decode(const BYTE* buffer, DWORD& available_bytes, DWORD
         reader.ItemDone();
     }
     for (position_ = 0; position_ != elements_.size();) {
-        const Element* element = elements_.data() + position_;
+        const Element* const element = elements_.data() + position_;
         if (element->type_ == kNumberElement && !format.Tagged()) {
             // A stretch of numbers goes as far as the stream does, found out once.
             const std::size_t present = std::min<std::size_t>(element->stretch_, reader.Left() / kNumberSize);
             const bool all_present = present == element->stretch_;
-            const BYTE* in = reader.At();
-            for (const Element* const end = element + present; element != end; ++element) {
-                *static_cast<DWORD*>(element->value_) = LoadNumber(in);
-                in += kNumberSize;
-            }
+            const BYTE* const in = reader.At();
+            ForEachInStretch(present, [=](std::size_t i) {
+                *static_cast<DWORD*>(element[i].value_) = LoadNumber(in + i * kNumberSize);
+            });
             reader.Skip(present * kNumberSize);
             reader.ItemDone();
             position_ += present;

@@ -1,0 +1,3 @@
+#include "bench/port_message.h"
+
+PB_BIND(PortMessage, PortMessage, AUTO)
