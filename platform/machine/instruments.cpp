@@ -244,7 +244,7 @@ std::uint64_t Instruments::Changes() const {
     return changes_;
 }
 
-Call::Call(const char* function, bool fallible, const std::function<std::string()>& arguments)
+Call::Call(Made, const char* function, bool fallible, const std::function<std::string()>& arguments)
     : instruments_(Instruments::The()), guard_(instruments_.lock_), function_(function) {
     number_ = ++instruments_.calls_;
     epoch_ = instruments_.epoch_;

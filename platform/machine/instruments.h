@@ -169,13 +169,13 @@ class Call {
   public:
     template <typename... Arguments>
     explicit Call(const char* function, const Arguments&... arguments)
-        : Call(function, true, [&] { return Join({Describe(arguments)...}); }) {}
+        : Call(Made{}, function, true, [&] { return Join({Describe(arguments)...}); }) {}
 
     // A call that the platform gives no way to fail (CharLowerW, GetLastError ...): counted and traced, never
     // faulted.
     template <typename... Arguments>
     static Call Infallible(const char* function, const Arguments&... arguments) {
-        return Call(function, false, [&] { return Join({Describe(arguments)...}); });
+        return Call(Made{}, function, false, [&] { return Join({Describe(arguments)...}); });
     }
 
     ~Call();
@@ -225,7 +225,8 @@ class Call {
     [[nodiscard]] std::unique_lock<std::recursive_mutex>& Guard() { return guard_; }
 
   private:
-    Call(const char* function, bool fallible, const std::function<std::string()>& arguments);
+    struct Made {};  // keeps the constructor below apart from the one for any arguments
+    Call(Made, const char* function, bool fallible, const std::function<std::string()>& arguments);
     static std::string Join(std::initializer_list<std::string> parts);
 
     Instruments& instruments_;

@@ -1,0 +1,137 @@
+// Letter case and single-byte text, where no system provides them.
+#include "platform/machine/machine_internal.h"
+
+#include <algorithm>
+#include <iterator>
+
+namespace qxsim {
+
+QX_PLATFORM_CALL(CharUpperW);
+QX_PLATFORM_CALL(CharLowerW);
+QX_PLATFORM_CALL(lstrcmpiW);
+QX_PLATFORM_CALL(lstrlenW);
+QX_PLATFORM_CALL(MultiByteToWideChar);
+QX_PLATFORM_CALL(WideCharToMultiByte);
+
+namespace {
+
+// Code page 1252: what its bytes 0x80 to 0x9F mean; all others are the unit of the same number. Unassigned
+// bytes keep theirs.
+constexpr std::uint16_t kHighControls[32] = {0x20AC, 0x0081, 0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021,
+                                             0x02C6, 0x2030, 0x0160, 0x2039, 0x0152, 0x008D, 0x017D, 0x008F,
+                                             0x0090, 0x2018, 0x2019, 0x201C, 0x201D, 0x2022, 0x2013, 0x2014,
+                                             0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0x009D, 0x017E, 0x0178};
+
+WCHAR FromSingleByte(char byte) {
+    const auto value = static_cast<unsigned char>(byte);
+    return value >= 0x80 && value < 0xA0 ? static_cast<WCHAR>(kHighControls[value - 0x80])
+                                         : static_cast<WCHAR>(value);
+}
+
+// The byte for a unit, or '?' (and `lost` set) when the code page has none.
+char ToSingleByte(WCHAR unit, bool& lost) {
+    if (unit < 0x80 || (unit >= 0xA0 && unit <= 0xFF))
+        return static_cast<char>(unit);
+    const auto found =
+        std::find(std::begin(kHighControls), std::end(kHighControls), static_cast<std::uint16_t>(unit));
+    if (found != std::end(kHighControls))
+        return static_cast<char>(0x80 + (found - std::begin(kHighControls)));
+    lost = true;
+    return '?';
+}
+
+// One unit in the place of a pointer is converted by itself.
+template <typename Convert>
+LPWSTR ConvertCase(LPWSTR text, const Convert& convert) {
+    const auto value = reinterpret_cast<std::uintptr_t>(text);
+    if (value <= 0xFFFF)
+        return MakeHandle<LPWSTR>(convert(static_cast<WCHAR>(value)));
+    for (WCHAR* unit = text; *unit != WCHAR{}; ++unit)
+        *unit = convert(*unit);
+    return text;
+}
+
+// Puts converted text out, or answers its size.
+template <typename Unit>
+int Answer(Call& call, const std::basic_string<Unit>& text, Unit* buffer, int room) {
+    if (room == 0)
+        return call.Return(static_cast<int>(text.size()));
+    if (buffer == nullptr || room < 0)
+        return call.Fail(ERROR_INVALID_PARAMETER, 0);
+    if (static_cast<std::size_t>(room) < text.size())
+        return call.Fail(ERROR_INSUFFICIENT_BUFFER, 0);
+    std::ranges::copy(text, buffer);
+    return call.Return(static_cast<int>(text.size()));
+}
+
+bool KnownCodePage(UINT code_page) {
+    return code_page == CP_ACP || code_page == CP_UTF8 || code_page == 1252;
+}
+
+}  // namespace
+
+LPWSTR WINAPI CharUpperW(LPWSTR text) {
+    const Call call = Call::Infallible("CharUpperW", static_cast<const WCHAR*>(text));
+    return ConvertCase(text, [](WCHAR unit) { return UpperCase(unit); });
+}
+
+LPWSTR WINAPI CharLowerW(LPWSTR text) {
+    const Call call = Call::Infallible("CharLowerW", static_cast<const WCHAR*>(text));
+    return ConvertCase(text, [](WCHAR unit) { return LowerCase(unit); });
+}
+
+int WINAPI lstrcmpiW(LPCWSTR a, LPCWSTR b) {
+    Call call = Call::Infallible("lstrcmpiW", a, b);
+    const CaselessLess less;
+    return call.Return(less(a, b) ? -1 : less(b, a) ? 1 : 0);
+}
+
+int WINAPI lstrlenW(LPCWSTR text) {
+    Call call = Call::Infallible("lstrlenW", text);
+    return call.Return(text == nullptr ? 0 : static_cast<int>(WideView(text).size()));
+}
+
+int WINAPI MultiByteToWideChar(UINT code_page, DWORD flags, LPCSTR text, int length, LPWSTR buffer,
+                               int room) {
+    Call call("MultiByteToWideChar", code_page, flags, length, room);
+    if (call.Faulted())
+        return call.Fail(call.FaultError(ERROR_NOT_ENOUGH_MEMORY), 0);
+    if (text == nullptr || length == 0 || length < -1 || !KnownCodePage(code_page))
+        return call.Fail(ERROR_INVALID_PARAMETER, 0);
+    const std::string_view source(
+        text, length < 0 ? std::char_traits<char>::length(text) + 1 : static_cast<std::size_t>(length));
+    WideString wide;
+    if (code_page == CP_UTF8)
+        wide = ToWide(source);
+    else
+        std::ranges::transform(source, std::back_inserter(wide), FromSingleByte);
+    return Answer(call, wide, buffer, room);
+}
+
+int WINAPI WideCharToMultiByte(UINT code_page, DWORD flags, LPCWSTR text, int length, LPSTR buffer, int room,
+                               LPCSTR substitute, LPBOOL used_substitute) {
+    Call call("WideCharToMultiByte", code_page, flags, length, room);
+    if (call.Faulted())
+        return call.Fail(call.FaultError(ERROR_NOT_ENOUGH_MEMORY), 0);
+    if (text == nullptr || length == 0 || length < -1 || !KnownCodePage(code_page))
+        return call.Fail(ERROR_INVALID_PARAMETER, 0);
+    const WideView source(
+        text, length < 0 ? std::char_traits<WCHAR>::length(text) + 1 : static_cast<std::size_t>(length));
+    std::string bytes;
+    bool lost_any = false;
+    if (code_page == CP_UTF8) {
+        bytes = ToUtf8(source);
+    } else {
+        for (const WCHAR unit : source) {
+            bool lost = false;
+            const char byte = ToSingleByte(unit, lost);
+            bytes += lost && substitute != nullptr ? *substitute : byte;
+            lost_any = lost_any || lost;
+        }
+    }
+    if (used_substitute != nullptr)
+        *used_substitute = lost_any ? TRUE : FALSE;
+    return Answer(call, bytes, buffer, room);
+}
+
+}  // namespace qxsim

@@ -1,0 +1,147 @@
+// The COM port database, which keeps the numbers that are taken apart from the devices that took them.
+#include "platform/machine/machine_internal.h"
+
+#include <msports.h>
+
+#include <algorithm>
+
+namespace qxsim {
+
+QX_PLATFORM_CALL(ComDBOpen);
+QX_PLATFORM_CALL(ComDBClose);
+QX_PLATFORM_CALL(ComDBGetCurrentPortUsage);
+QX_PLATFORM_CALL(ComDBClaimPort);
+QX_PLATFORM_CALL(ComDBClaimNextFreePort);
+QX_PLATFORM_CALL(ComDBReleasePort);
+QX_PLATFORM_CALL(ComDBResizeDatabase);
+
+namespace {
+
+constexpr DWORD kCannotWrite = 30;   // ERROR_WRITE_FAULT's sibling for the database: it could not be stored
+constexpr DWORD kNoLogSpace = 1019;  // ERROR_NO_LOG_SPACE: no number is free
+
+LONG Result(Call& call, DWORD error) {
+    return call.Return(static_cast<LONG>(error));
+}
+
+bool IsOpen(HCOMDB handle) {
+    return Machine::Current().Open().databases.contains(HandleNumber(handle));
+}
+
+}  // namespace
+
+LONG WINAPI ComDBOpen(PHCOMDB result) {
+    Call call("ComDBOpen");
+    if (result == nullptr)
+        return Result(call, ERROR_INVALID_PARAMETER);
+    *result = HCOMDB_INVALID_HANDLE_VALUE;
+    Machine& machine = Machine::Current();
+    if (call.Faulted() || machine.database_broken)
+        return Result(call, call.FaultError(ERROR_ACCESS_DENIED));
+    const std::uint64_t number = machine.Open().New();
+    machine.Open().databases.insert(number);
+    call.Opened(kDatabaseHandle, number);
+    *result = MakeHandle<HCOMDB>(number);
+    return Result(call, ERROR_SUCCESS);
+}
+
+LONG WINAPI ComDBClose(HCOMDB handle) {
+    Call call("ComDBClose", handle);
+    if (handle ==
+        HCOMDB_INVALID_HANDLE_VALUE)  // what a failed open left: refused, but nothing was closed twice
+        return Result(call, ERROR_INVALID_PARAMETER);
+    if (!call.Closed(kDatabaseHandle, HandleNumber(handle)) ||
+        Machine::Current().Open().databases.erase(HandleNumber(handle)) == 0)
+        return Result(call, ERROR_INVALID_PARAMETER);
+    return Result(call, call.Faulted() ? call.FaultError(ERROR_GEN_FAILURE) : ERROR_SUCCESS);
+}
+
+LONG WINAPI ComDBGetCurrentPortUsage(HCOMDB handle, PBYTE buffer, DWORD size, DWORD report,
+                                     LPDWORD reported) {
+    Call call("ComDBGetCurrentPortUsage", handle, size, report);
+    if (call.Faulted())
+        return Result(call, call.FaultError(ERROR_NOT_CONNECTED));
+    if (!IsOpen(handle) || (buffer == nullptr && reported == nullptr) ||
+        (buffer != nullptr && report != CDB_REPORT_BITS && report != CDB_REPORT_BYTES))
+        return Result(call, ERROR_INVALID_PARAMETER);
+    const std::vector<bool>& claimed = Machine::Current().claimed;
+    std::size_t count = claimed.size();
+    if (buffer != nullptr && report == CDB_REPORT_BYTES) {
+        count = std::min<std::size_t>(count, size);
+        std::copy_n(claimed.begin(), count, buffer);
+    } else if (buffer != nullptr) {
+        count = std::min<std::size_t>(count, static_cast<std::size_t>(size) * 8);
+        std::fill_n(buffer, (count + 7) / 8, BYTE{0});
+        for (std::size_t at = 0; at < count; ++at)
+            buffer[at / 8] = static_cast<BYTE>(buffer[at / 8] | (claimed[at] ? 1U << at % 8 : 0U));
+    }
+    if (reported != nullptr)
+        *reported = static_cast<DWORD>(count);
+    return Result(call, ERROR_SUCCESS);
+}
+
+LONG WINAPI ComDBClaimPort(HCOMDB handle, DWORD number, BOOL force, PBOOL forced) {
+    Call call("ComDBClaimPort", handle, number, force);
+    if (forced != nullptr)
+        *forced = FALSE;
+    if (call.Faulted())
+        return Result(call, call.FaultError(kCannotWrite));
+    std::vector<bool>& claimed = Machine::Current().claimed;
+    if (!IsOpen(handle) || number == 0 || number > claimed.size())
+        return Result(call, ERROR_INVALID_PARAMETER);
+    if (claimed[number - 1]) {
+        if (force == FALSE)
+            return Result(call, ERROR_SHARING_VIOLATION);
+        if (forced != nullptr)
+            *forced = TRUE;
+        return Result(call, ERROR_SUCCESS);
+    }
+    call.Changing();
+    claimed[number - 1] = true;
+    return Result(call, ERROR_SUCCESS);
+}
+
+LONG WINAPI ComDBClaimNextFreePort(HCOMDB handle, LPDWORD number) {
+    Call call("ComDBClaimNextFreePort", handle);
+    if (call.Faulted())
+        return Result(call, call.FaultError(kCannotWrite));
+    if (!IsOpen(handle) || number == nullptr)
+        return Result(call, ERROR_INVALID_PARAMETER);
+    std::vector<bool>& claimed = Machine::Current().claimed;
+    const auto free = std::ranges::find(claimed, false);
+    if (free == claimed.end())
+        return Result(call, kNoLogSpace);
+    call.Changing();
+    *free = true;
+    *number = static_cast<DWORD>(free - claimed.begin() + 1);
+    return Result(call, ERROR_SUCCESS);
+}
+
+LONG WINAPI ComDBReleasePort(HCOMDB handle, DWORD number) {
+    Call call("ComDBReleasePort", handle, number);
+    if (call.Faulted())
+        return Result(call, call.FaultError(kCannotWrite));
+    std::vector<bool>& claimed = Machine::Current().claimed;
+    if (!IsOpen(handle) || number == 0 || number > claimed.size())
+        return Result(call, ERROR_INVALID_PARAMETER);
+    if (claimed[number - 1]) {
+        call.Changing();
+        claimed[number - 1] = false;
+    }
+    return Result(call, ERROR_SUCCESS);
+}
+
+LONG WINAPI ComDBResizeDatabase(HCOMDB handle, DWORD size) {
+    Call call("ComDBResizeDatabase", handle, size);
+    if (call.Faulted())
+        return Result(call, call.FaultError(kCannotWrite));
+    std::vector<bool>& claimed = Machine::Current().claimed;
+    // It grows in whole blocks, and never shrinks.
+    if (!IsOpen(handle) || size > COMDB_MAX_PORTS_ARBITRATED || size % 1024 != 0 || size < claimed.size())
+        return Result(call, ERROR_INVALID_PARAMETER);
+    call.Changing();
+    claimed.resize(size);
+    return Result(call, ERROR_SUCCESS);
+}
+
+}  // namespace qxsim
