@@ -1,0 +1,55 @@
+// The simulated computer and desktop: one port of a maker's adapter.
+#include "tests/contract/contract.h"
+
+#include "platform/desktop/desktop.h"
+#include "platform/machine/machine.h"
+
+#include <memory>
+#include <optional>
+
+namespace contract {
+
+namespace {
+
+std::unique_ptr<qxsim::Machine> machine;
+std::optional<qxsim::CurrentMachine> current;
+Port port;
+
+}  // namespace
+
+bool OnWine() {
+    return false;
+}
+
+const Port& TestPort() {
+    return port;
+}
+
+const WCHAR* TypeLibraryFile() {
+    return TEXT("C:\\Windows\\System32\\QxUUI10.DLL");
+}
+
+void RunModal(const std::function<void()>& work, const std::function<bool()>& step) {
+    qxsim::Desktop::The().SetUser(step);
+    work();
+    qxsim::Desktop::The().SetUser({});
+}
+
+void Computer::SetUp() {
+    machine = std::make_unique<qxsim::Machine>();
+    current.emplace(*machine);
+    qxsim::DeviceSpec spec;
+    spec.id = "ROOT\\QXTESTPORT\\0000";
+    spec.port = "COM7";
+    spec.description = "Test serial port";
+    const DEVINST node = machine->AddDevice(qxsim::Machine::kRoot, spec);
+    port.set = qxsim::HandDevice(*machine, *machine->Node(node), port.element);
+}
+
+void Computer::TearDown() {
+    EXPECT_EQ(qxsim::Instruments::The().LedgerReport(), "");
+    current.reset();
+    machine.reset();
+}
+
+}  // namespace contract

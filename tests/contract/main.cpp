@@ -1,0 +1,75 @@
+#include "tests/contract/contract.h"
+
+#include <cstdio>
+#include <cstring>
+#include <set>
+#include <sstream>
+
+namespace contract {
+
+namespace {
+
+std::uint64_t assertions = 0;
+
+class ContractTest : public testing::Test {
+  public:
+    explicit ContractTest(const Contract& contract) : contract_(contract) {}
+    void TestBody() override {
+        if (contract_.wine_lacks != nullptr && OnWine())
+            GTEST_SKIP() << "Wine lacks it: " << contract_.wine_lacks;
+        contract_.check();
+    }
+
+  private:
+    const Contract& contract_;
+};
+
+void PrintTable() {
+    std::set<std::string> stated;
+    std::set<std::string> asked;
+    std::printf("\ncalls whose behaviour is stated, and Wine's gaps among them:\n");
+    for (const Contract& contract : All()) {
+        std::istringstream calls(contract.calls);
+        const bool gap = contract.wine_lacks != nullptr && OnWine();
+        for (std::string call; calls >> call;) {
+            stated.insert(call);
+            if (!gap)
+                asked.insert(call);
+        }
+        if (gap)
+            std::printf("  not asked: %s (%s)\n", contract.calls, contract.wine_lacks);
+    }
+    std::printf("contract: %zu statements, %llu assertions, %zu calls covered, %zu of them asked here\n",
+                All().size(), static_cast<unsigned long long>(assertions), stated.size(), asked.size());
+    for (const std::string& call : asked)
+        std::printf("covered %s\n", call.c_str());
+}
+
+}  // namespace
+
+std::vector<Contract>& All() {
+    static std::vector<Contract> all;
+    return all;
+}
+
+bool Enter(const Contract& contract) {
+    All().push_back(contract);
+    return true;
+}
+
+void CountAssertion() {
+    ++assertions;
+}
+
+}  // namespace contract
+
+int main(int count, char** arguments) {
+    testing::InitGoogleTest(&count, arguments);
+    testing::AddGlobalTestEnvironment(new contract::Computer);
+    for (const contract::Contract& entry : contract::All())
+        testing::RegisterTest(entry.area, entry.name, nullptr, nullptr, __FILE__, __LINE__,
+                              [&entry]() -> testing::Test* { return new contract::ContractTest(entry); });
+    const int result = RUN_ALL_TESTS();
+    contract::PrintTable();
+    return result;
+}
