@@ -114,7 +114,8 @@ typedef struct _FILETIME {
     DWORD dwHighDateTime;
 } FILETIME, *PFILETIME, *LPFILETIME;
 
-#define TEXT(text) u##text
+#define __TEXT(quote) u##quote
+#define TEXT(quote) __TEXT(quote)
 #define _T(text) u##text
 #define OLESTR(text) u##text
 

@@ -64,6 +64,7 @@ typedef BOOL(CALLBACK* WNDENUMPROC)(HWND, LPARAM);
 
 #define SC_CLOSE 0xF060
 #define DLGC_WANTARROWS 0x0001
+#define DLGC_WANTALLKEYS 0x0004
 #define DLGC_BUTTON 0x2000
 #define DLGC_STATIC 0x0100
 #define HTCLIENT 1
@@ -217,6 +218,14 @@ typedef BOOL(CALLBACK* WNDENUMPROC)(HWND, LPARAM);
 #define VK_RETURN 0x0D
 #define VK_ESCAPE 0x1B
 #define VK_SPACE 0x20
+#define VK_PRIOR 0x21
+#define VK_NEXT 0x22
+#define VK_END 0x23
+#define VK_HOME 0x24
+#define VK_LEFT 0x25
+#define VK_UP 0x26
+#define VK_RIGHT 0x27
+#define VK_DOWN 0x28
 #define VK_F1 0x70
 #define PM_NOREMOVE 0x0000
 #define PM_REMOVE 0x0001

@@ -1,0 +1,111 @@
+#include "pages/com_number_page.h"
+
+#include "base/module_instance.h"
+#include "device_records/com_port_util.h"
+#include "device_records/utils.h"
+#include "module/resource.h"
+
+#include <vector>
+
+namespace qx {
+
+namespace {
+
+constexpr ControlText kCaptions[] = {
+    {IDC_COM_NUMBER_LABEL, IDS_COM_NUMBER_LABEL},
+    {IDC_COM_NUMBER_GROUP, IDS_COM_NUMBER_GROUP},
+    {IDC_INFORMATION_GROUP, IDS_INFORMATION_GROUP},
+    {IDC_INTERFACE_TYPE_LABEL, IDS_INTERFACE_TYPE},
+    {IDC_RX_FIFO_LABEL, IDS_RX_FIFO},
+    {IDC_TX_FIFO_LABEL, IDS_TX_FIFO},
+    {IDC_MAXIMUM_BAUD_RATE_LABEL, IDS_MAXIMUM_BAUD_RATE},
+    {IDC_HELP_LABEL, IDS_NEED_HELP},
+};
+
+constexpr ControlText kTips[] = {
+    {IDC_COM_NUMBER, IDS_TIP_COM_NUMBER},
+};
+
+constexpr SettingsPageData kPage{IDD_COM_NUMBER, IDS_TITLE_PORT_SETTINGS, kCaptions, kTips, kComNumberHelp};
+
+}  // namespace
+
+CDeviceAdvSettingPage::CDeviceAdvSettingPage(HDEVINFO device_set, const SP_DEVINFO_DATA& element)
+    : CSettingsPage(kPage, device_set, element),
+      device_set_(device_set),
+      element_(element),
+      parent_(device_set, element) {
+    // What cannot be read keeps its initial values, which the page then shows.
+    static_cast<void>(FindInterface() && ReadSettings(port_set_, kPortSet) && parent_.FindParent() &&
+                      ReadSettings(bus_set_, kBusSet));
+}
+
+bool CDeviceAdvSettingPage::ProcessWindowMessage(UINT message, WPARAM wparam, LPARAM lparam,
+                                                 LRESULT& result) {
+    switch (EventOf(message, wparam, lparam)) {
+        case kInitialise:
+            Initialise();
+            break;
+        case kApply:
+            result = Apply();
+            return true;
+        default:
+            break;
+    }
+    return CSettingsPage::ProcessWindowMessage(message, wparam, lparam, result);
+}
+
+void CDeviceAdvSettingPage::Initialise() {
+    CreateBackground();
+    PrepareTips();
+    SetCaptions();
+    ShowInformation();
+    FillComNames();
+}
+
+void CDeviceAdvSettingPage::ShowInformation() const {
+    SetItemText(IDC_INTERFACE_TYPE, bus_set_.InterfaceType.text);
+    SetItemText(IDC_RX_FIFO, Format(TEXT("%d bytes"), bus_set_.RxFifoSize));
+    SetItemText(IDC_TX_FIFO, Format(TEXT("%d bytes"), bus_set_.TxFifoSize));
+    SetItemText(IDC_MAXIMUM_BAUD_RATE, Format(TEXT("%d baud"), bus_set_.MaximumBaudRate));
+}
+
+void CDeviceAdvSettingPage::FillComNames() const {
+    CCOMPortUtil port(device_set_, element_);
+    static_cast<void>(port.OpenPortDatabase());  // without it the list is empty
+    // Whatever happens in between, other installers must not wait for the database.
+    const struct DatabaseCloser {
+        CCOMPortUtil& port;
+        ~DatabaseCloser() { port.ClosePortDatabase(); }
+    } closer{port};
+    const Text current = PortName();
+    RegisterTips();
+    CUtils::FillComboByText(Item(IDC_COM_NUMBER), port.ListComNames(current), current);
+}
+
+Text CDeviceAdvSettingPage::SelectedName() const {
+    const HWND box = Item(IDC_COM_NUMBER);
+    const LRESULT selected = SendMessageW(box, CB_GETCURSEL, 0, 0);
+    if (selected == CB_ERR)
+        return {};
+    const auto entry = static_cast<WPARAM>(selected);
+    const LRESULT length = SendMessageW(box, CB_GETLBTEXTLEN, entry, 0);
+    if (length == CB_ERR)
+        return {};
+    std::vector<WCHAR> buffer(static_cast<std::size_t>(length) + 1);
+    if (SendMessageW(box, CB_GETLBTEXT, entry, reinterpret_cast<LPARAM>(buffer.data())) == CB_ERR)
+        return {};
+    return ReplaceAll(Text::FromBuffer(buffer.data(), buffer.size()), TEXT(" (in use)"), {});
+}
+
+LRESULT CDeviceAdvSettingPage::Apply() {
+    CCOMPortUtil port(device_set_, element_);
+    const Text name = SelectedName();
+    // A port without a number in the list has nothing selected. Number 0 would come of an empty name.
+    if (!name.empty() && port.RenameComPort(name, Window(), true, true))
+        return kAccepted;
+    ShowMessage(LoadText(IDS_RENAME_FAILED), TEXT("Error"), MB_OK | MB_ICONERROR);
+    return kRefused;
+}
+
+}  // namespace qx

@@ -1,0 +1,32 @@
+// The COM number and information page, first of the advanced sheet.
+#pragma once
+
+#include "driver_access/bus_parameters.h"
+#include "driver_access/parent_device.h"
+#include "pages/settings_page.h"
+
+namespace qx {
+
+// Lets the user give the port another COM name, from COM1 to COM255, and shows what the adapter reports about
+// itself. The port is renamed when the sheet is closed with OK.
+class CDeviceAdvSettingPage : public CSettingsPage {
+  public:
+    CDeviceAdvSettingPage(HDEVINFO device_set, const SP_DEVINFO_DATA& element);
+    ~CDeviceAdvSettingPage() override = default;
+
+    bool ProcessWindowMessage(UINT message, WPARAM wparam, LPARAM lparam, LRESULT& result) override;
+
+  private:
+    void Initialise();
+    void ShowInformation() const;
+    void FillComNames() const;
+    [[nodiscard]] Text SelectedName() const;
+    [[nodiscard]] LRESULT Apply();
+
+    HDEVINFO device_set_;
+    SP_DEVINFO_DATA element_;
+    CQxUBusUserModeInterface bus_set_;
+    CQxSetupDi_ParentDevice parent_;
+};
+
+}  // namespace qx

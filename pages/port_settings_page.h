@@ -1,0 +1,53 @@
+// The "Port Settings" page that the device manager shows among a port's properties.
+#pragma once
+
+#include "pages/settings_page.h"
+
+namespace qx {
+
+// The port driver's default line settings: baud rate, data bits, parity, stop bits and flow control, a box
+// beside each that makes the default override what applications ask for, and the emulation of the CTS and DSR
+// lines. Everything is written when the sheet applies, and nothing when nothing changed.
+class CQxUIPropertyPage : public CSettingsPage {
+  public:
+    // Looks for the port's control device and reads the port's settings.
+    CQxUIPropertyPage(HDEVINFO device_set, const SP_DEVINFO_DATA& element);
+    ~CQxUIPropertyPage() override = default;
+
+    bool ProcessWindowMessage(UINT message, WPARAM wparam, LPARAM lparam, LRESULT& result) override;
+
+    // Whether the driver answered. Without its settings there is no page to show.
+    [[nodiscard]] bool IsLoaded() const noexcept { return loaded_; }
+
+  private:
+    // What the tip of the baud rate says: after a refused apply it tells why, once.
+    enum class TipMode { Information, RangeError, WriteError };
+
+    void Initialise();
+    void FillControls();
+    void FillFlowControl() const;
+    void ShowRs422485Cts() const noexcept;
+    void ApplyLineSupport() const noexcept;
+    void ShowOverrideWarning() const noexcept;
+    void RestoreDefaults();
+    void OpenAdvancedSettings();
+    [[nodiscard]] LRESULT Apply();
+    [[nodiscard]] bool TakeChanges(DWORD data_bits, DWORD parity, DWORD stop_bits, DWORD flow_control);
+    void AnswerBaudRateTip(NMTTDISPINFOW& request);
+
+    // The flow controls that the driver offers in the present duplex mode.
+    [[nodiscard]] DWORD FlowControlMask() const noexcept;
+    [[nodiscard]] bool IsHalfDuplex() const noexcept;
+
+    HDEVINFO device_set_;
+    SP_DEVINFO_DATA element_;
+    bool loaded_;
+    DWORD baud_rate_ = 0;
+    DWORD minimum_baud_rate_ = 0;
+    DWORD maximum_baud_rate_ = 0;
+    TipMode tip_mode_ = TipMode::Information;
+    // The page shows the driver's defaults, which are to be written even when they are the present values.
+    bool defaults_loaded_ = false;
+};
+
+}  // namespace qx

@@ -1,0 +1,185 @@
+#include "pages/property_page.h"
+
+#include "base/module_instance.h"
+
+#include <commctrl.h>
+
+namespace qx {
+
+namespace {
+
+constexpr COLORREF kPageColour = RGB(248, 247, 246);
+
+// Controls that draw themselves and notify nobody else get their own notifications back at this distance, as
+// the platform's frameworks have it; a control that does not know them leaves them to its default.
+constexpr UINT kReflected = WM_USER + 0x1C00;
+
+// Notifications of a property sheet to its pages.
+bool IsSheetNotification(UINT code) noexcept {
+    return code <= PSN_FIRST && code > PSN_FIRST - 100;
+}
+
+}  // namespace
+
+CPropertyPage::CPropertyPage(UINT page_template, const WCHAR* title) noexcept
+    : activation_context_(ModuleInstance()) {
+    sheet_page_.dwSize = sizeof(sheet_page_);
+    sheet_page_.dwFlags = PSP_USETITLE | PSP_USECALLBACK;
+    sheet_page_.hInstance = ModuleInstance();
+    sheet_page_.pszTemplate = MAKEINTRESOURCEW(page_template);
+    sheet_page_.pszTitle = title;
+    sheet_page_.pfnDlgProc = &DialogProcedure;
+    sheet_page_.pfnCallback = &PageCallback;
+    sheet_page_.lParam = reinterpret_cast<LPARAM>(this);
+    if (activation_context_) {
+        // The window is made long after this call, when the tab is shown; the platform then uses the context.
+        sheet_page_.dwFlags |= PSP_USEFUSIONCONTEXT;
+        sheet_page_.hActCtx = activation_context_.Get();
+    }
+}
+
+CPropertyPage::~CPropertyPage() {
+    // Normally the window is gone by now. If it is not, it must not find this object any more.
+    if (window_)
+        SetWindowLongPtrW(window_, DWLP_USER, 0);
+}
+
+HPROPSHEETPAGE CPropertyPage::Create() noexcept {
+    const CActivationContext::Scope scope(activation_context_);
+    return CreatePropertySheetPageW(&sheet_page_);
+}
+
+HPROPSHEETPAGE CPropertyPage::CreateAndHandOver(std::unique_ptr<CPropertyPage> page) noexcept {
+    const HPROPSHEETPAGE handle = page->Create();
+    // From here on PageCallback deletes the object. It must not before: a creation that fails half-way may
+    // call back too.
+    if (handle)
+        page.release()->owned_by_sheet_page_ = true;
+    return handle;
+}
+
+UINT CPropertyPage::PageCallback(HWND, UINT message, PROPSHEETPAGEW* sheet_page) noexcept {
+    auto* const page = reinterpret_cast<CPropertyPage*>(sheet_page->lParam);
+    if (message == PSPCB_RELEASE && page->owned_by_sheet_page_)
+        delete page;
+    return 1;
+}
+
+INT_PTR CPropertyPage::DialogProcedure(HWND window, UINT message, WPARAM wparam, LPARAM lparam) noexcept {
+    if (message == WM_INITDIALOG) {
+        auto* const page =
+            reinterpret_cast<CPropertyPage*>(reinterpret_cast<const PROPSHEETPAGEW*>(lparam)->lParam);
+        page->window_ = window;
+        SetWindowLongPtrW(window, DWLP_USER, reinterpret_cast<LONG_PTR>(page));
+    }
+    auto* const page = reinterpret_cast<CPropertyPage*>(GetWindowLongPtrW(window, DWLP_USER));
+    // The first messages of a window come before its initialisation.
+    if (!page)
+        return FALSE;
+
+    LRESULT result = 0;
+    bool handled = false;
+    try {
+        const CActivationContext::Scope scope(page->activation_context_);
+        if (!page->initialised_ && EventOf(message, wparam, lparam) == kApply) {
+            handled = true;
+            result = kRefused;
+        } else {
+            handled = page->ProcessWindowMessage(message, wparam, lparam, result);
+        }
+        page->initialised_ = page->initialised_ || message == WM_INITDIALOG;
+    } catch (...) {
+        // Out of memory. Nothing is lost as long as a page that could not be applied says so.
+        handled = message == WM_INITDIALOG || EventOf(message, wparam, lparam) == kApply;
+        result = message == WM_INITDIALOG ? TRUE : kRefused;
+    }
+    if (message == WM_NCDESTROY) {
+        SetWindowLongPtrW(window, DWLP_USER, 0);
+        page->window_ = nullptr;
+    }
+    if (!handled)
+        return FALSE;
+    switch (message) {
+        // A dialog procedure answers these itself.
+        case WM_INITDIALOG:
+        case WM_CTLCOLORDLG:
+        case WM_CTLCOLORSTATIC:
+            return result;
+        default:
+            SetWindowLongPtrW(window, DWLP_MSGRESULT, result);
+            return TRUE;
+    }
+}
+
+int CPropertyPage::EventOf(UINT message, WPARAM wparam, LPARAM lparam) noexcept {
+    if (message == WM_INITDIALOG)
+        return kInitialise;
+    if (message == WM_NOTIFY && reinterpret_cast<const NMHDR*>(lparam)->code == PSN_APPLY)
+        return kApply;
+    if (message == WM_COMMAND && HIWORD(wparam) == BN_CLICKED)
+        return LOWORD(wparam);
+    return kOtherEvent;
+}
+
+bool CPropertyPage::ProcessWindowMessage(UINT message, WPARAM wparam, LPARAM lparam, LRESULT& result) {
+    switch (message) {
+        case WM_CTLCOLORDLG:
+        case WM_CTLCOLORSTATIC:
+            if (!background_)
+                return false;
+            SetBkMode(reinterpret_cast<HDC>(wparam), TRANSPARENT);
+            result = reinterpret_cast<LRESULT>(background_.Get());
+            return true;
+        case WM_ERASEBKGND:
+            // Left to the platform, a themed sheet would put its tab's texture over the page's colour.
+            result = TRUE;
+            return Paint(reinterpret_cast<HDC>(wparam));
+        case WM_NOTIFY: {
+            const auto& notification = *reinterpret_cast<const NMHDR*>(lparam);
+            if (IsSheetNotification(notification.code)) {
+                result = 0;
+                return true;
+            }
+            SendMessageW(notification.hwndFrom, kReflected + message, wparam, lparam);
+            return false;
+        }
+        case WM_COMMAND:
+            if (lparam)
+                SendMessageW(reinterpret_cast<HWND>(lparam), kReflected + message, wparam, lparam);
+            return false;
+        default:
+            return false;
+    }
+}
+
+bool CPropertyPage::Paint(HDC context) const noexcept {
+    RECT area{};
+    return background_ && GetClientRect(window_, &area) && FillRect(context, &area, background_.Get());
+}
+
+void CPropertyPage::CreateBackground() noexcept {
+    background_.Reset(CreateSolidBrush(kPageColour));
+}
+
+void CPropertyPage::EnableItem(int control, bool enabled) const noexcept {
+    EnableWindow(Item(control), enabled ? TRUE : FALSE);
+}
+
+void CPropertyPage::ShowItem(int control, bool shown) const noexcept {
+    ShowWindow(Item(control), shown ? SW_SHOW : SW_HIDE);
+}
+
+void CPropertyPage::SetItemText(int control, const Text& text) const noexcept {
+    SetWindowTextW(Item(control), text.c_str());
+}
+
+void CPropertyPage::SetCaptions(std::span<const ControlText> captions) const {
+    for (const auto& [control, text] : captions)
+        SetItemText(control, LoadText(text));
+}
+
+int CPropertyPage::ShowMessage(const Text& text, const WCHAR* caption, UINT style) const noexcept {
+    return MessageBoxW(window_, text.c_str(), caption, style);
+}
+
+}  // namespace qx

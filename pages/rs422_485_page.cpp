@@ -1,0 +1,82 @@
+#include "pages/rs422_485_page.h"
+
+#include "device_records/utils.h"
+#include "module/resource.h"
+
+namespace qx {
+
+namespace {
+
+constexpr DWORD kModeNotSet = 0;
+constexpr DWORD kFullDuplexMode = 1;
+
+constexpr ControlText kCaptions[] = {
+    {IDC_DUPLEX_DESCRIPTION, IDS_DUPLEX_DESCRIPTION},
+};
+
+constexpr ControlText kTips[] = {
+    {IDC_DUPLEX_MODE, IDS_TIP_DUPLEX_MODE},
+    {IDC_RESTORE_DEFAULTS, IDS_TIP_RESTORE_DEFAULTS},
+};
+
+constexpr SettingsPageData kPage{IDD_RS422_485, IDS_TITLE_RS422_485, kCaptions, kTips, kRs422485Help};
+
+}  // namespace
+
+CRS422485Page::CRS422485Page(HDEVINFO device_set, const SP_DEVINFO_DATA& element)
+    : CSettingsPage(kPage, device_set, element) {
+    static_cast<void>(FindInterface() && ReadSettings(port_set_, kPortSet));
+}
+
+bool CRS422485Page::ProcessWindowMessage(UINT message, WPARAM wparam, LPARAM lparam, LRESULT& result) {
+    switch (EventOf(message, wparam, lparam)) {
+        case kInitialise:
+            Initialise();
+            break;
+        case kApply:
+            result = Apply();
+            return true;
+        case IDC_RESTORE_DEFAULTS:
+            RestoreDefaults();
+            return true;
+        default:
+            break;
+    }
+    return CSettingsPage::ProcessWindowMessage(message, wparam, lparam, result);
+}
+
+void CRS422485Page::Initialise() {
+    SetCaptions();
+    CreateBackground();
+    PrepareTips();
+    RegisterTips();
+    if (IsRs422485Port() && port_set_.DuplexMode == kModeNotSet)
+        port_set_.DuplexMode = kFullDuplexMode;
+    FillDuplexModes();
+}
+
+void CRS422485Page::FillDuplexModes() const {
+    CUtils::FillComboByValue(Item(IDC_DUPLEX_MODE),
+                             CUtils::DuplexModeList(IDS_DUPLEX_MODES, port_set_.SupportedDuplexModes),
+                             port_set_.DuplexMode, false);
+}
+
+void CRS422485Page::RestoreDefaults() {
+    CQxUVcpUserModeInterface defaults;
+    if (!ReadDefaultSettings(defaults, kPortSet))
+        return;
+    port_set_.DuplexMode = defaults.DuplexMode;
+    FillDuplexModes();
+}
+
+LRESULT CRS422485Page::Apply() {
+    if (!ReadSettings(port_set_, kPortSet))
+        return kRefused;
+    port_set_.DuplexMode = CUtils::GetSelectedValue(Item(IDC_DUPLEX_MODE));
+    if (MayChange(PortName(), IDS_PORT_OPEN) && WriteSettings(port_set_, kPortSet))
+        return kAccepted;
+    static_cast<void>(ReadSettings(port_set_, kPortSet));
+    return kRefused;
+}
+
+}  // namespace qx

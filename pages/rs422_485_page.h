@@ -1,0 +1,29 @@
+// The "RS-422/485 Settings" page of the advanced sheet.
+#pragma once
+
+#include "pages/settings_page.h"
+
+namespace qx {
+
+// Lets the user pick the duplex mode of an RS-422/485 port, among those that the port supports. Applying
+// writes the mode into what the driver holds at that moment, so that nothing else is turned back.
+class CRS422485Page : public CSettingsPage {
+  public:
+    CRS422485Page(HDEVINFO device_set, const SP_DEVINFO_DATA& element);
+    ~CRS422485Page() override = default;
+
+    bool ProcessWindowMessage(UINT message, WPARAM wparam, LPARAM lparam, LRESULT& result) override;
+
+    // Whether the port is one that this page is for; false when its driver does not answer.
+    [[nodiscard]] bool IsOffered() const noexcept { return IsRs422485Port(); }
+    // As read when the page was built, or written when it applied.
+    [[nodiscard]] DWORD DuplexMode() const noexcept { return port_set_.DuplexMode; }
+
+  private:
+    void Initialise();
+    void FillDuplexModes() const;
+    void RestoreDefaults();
+    [[nodiscard]] LRESULT Apply();
+};
+
+}  // namespace qx

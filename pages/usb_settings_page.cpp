@@ -1,0 +1,184 @@
+#include "pages/usb_settings_page.h"
+
+#include "module/resource.h"
+#include "pages/latency_scale.h"
+
+#include <algorithm>
+#include <limits>
+
+namespace qx {
+
+namespace {
+
+using BusSet = CQxUBusUserModeInterface;
+
+constexpr DWORD kLatencyPolicy = 0;
+constexpr DWORD kCpuUsagePolicy = 1;
+
+constexpr ControlText kCaptions[] = {
+    {IDC_POLICY_DESCRIPTION, IDS_POLICY_DESCRIPTION},
+};
+
+constexpr ControlText kTips[] = {
+    {IDC_POLICY_LATENCY, IDS_TIP_POLICY_LATENCY},
+    {IDC_POLICY_CPU_USAGE, IDS_TIP_POLICY_CPU_USAGE},
+    {IDC_LATENCY, IDS_TIP_LATENCY},
+    {IDC_LATENCY_VALUE, IDS_TIP_LATENCY},
+    {IDC_LATENCY_TUNING, IDS_TIP_LATENCY_TUNING},
+    {IDC_LATENCY_TUNING_LABEL, IDS_TIP_LATENCY_TUNING},
+    {IDC_CPU_USAGE_TUNING, IDS_TIP_CPU_USAGE_TUNING},
+    {IDC_LOWEST_LABEL, IDS_TIP_CPU_USAGE_TUNING},
+    {IDC_HIGHEST_LABEL, IDS_TIP_CPU_USAGE_TUNING},
+    {IDC_RESTORE_DEFAULTS, IDS_TIP_RESTORE_DEFAULTS},
+};
+
+constexpr SettingsPageData kPage{IDD_USB_SETTINGS, IDS_TITLE_USB_SETTINGS, kCaptions, kTips,
+                                 kUsbSettingsHelp};
+
+struct Slider {
+    int control;
+    int lowest;
+    int highest;
+    DWORD BusSet::*position;
+};
+
+constexpr Slider kSliders[] = {
+    {IDC_LATENCY, kLowestLatencyPosition, kHighestLatencyPosition, &BusSet::MaximumLatencySliderPos},
+    {IDC_LATENCY_TUNING, 1, 256, &BusSet::MaximumLatencyFineTuning},
+    {IDC_CPU_USAGE_TUNING, 0, 256, &BusSet::LowCpuUsageFineTuning},
+};
+
+// What is enabled with one policy and disabled with the other.
+constexpr int kLatencyControls[] = {IDC_LATENCY, IDC_LATENCY_TUNING, IDC_LATENCY_VALUE};
+constexpr int kCpuUsageControls[] = {IDC_CPU_USAGE_TUNING, IDC_LOWEST_LABEL, IDC_HIGHEST_LABEL};
+// What is disabled while the driver reports a policy that does not exist.
+constexpr int kNoPolicyControls[] = {IDC_LATENCY, IDC_LATENCY_TUNING, IDC_CPU_USAGE_TUNING,
+                                     IDC_LATENCY_VALUE};
+
+// What "Restore Defaults" takes over, with transfer settings that the page does not show.
+constexpr DWORD BusSet::*kRestored[] = {
+    &BusSet::USB_TxTransferSize,       &BusSet::USB_RxTransferSize,
+    &BusSet::USB_LatencyTimer,         &BusSet::PolicyType,
+    &BusSet::MaximumLatency,           &BusSet::MaximumLatencySliderPos,
+    &BusSet::MaximumLatencyFineTuning, &BusSet::LowCpuUsageFineTuning,
+};
+
+}  // namespace
+
+CNewUSBSettingsPage::CNewUSBSettingsPage(HDEVINFO device_set, const SP_DEVINFO_DATA& element)
+    : CSettingsPage(kPage, device_set, element), parent_(device_set, element) {
+    // What cannot be read keeps its initial values, which the page then shows.
+    static_cast<void>(FindInterface() && ReadSettings(port_set_, kPortSet) && parent_.FindParent() &&
+                      ReadSettings(bus_set_, kBusSet));
+}
+
+bool CNewUSBSettingsPage::ProcessWindowMessage(UINT message, WPARAM wparam, LPARAM lparam, LRESULT& result) {
+    switch (EventOf(message, wparam, lparam)) {
+        case kInitialise:
+            Initialise();
+            break;
+        case kApply:
+            result = Apply();
+            return true;
+        case IDC_POLICY_LATENCY:
+        case IDC_POLICY_CPU_USAGE:
+            EnableChosenPolicy();
+            return true;
+        case IDC_RESTORE_DEFAULTS:
+            RestoreDefaults();
+            return true;
+        default:
+            break;
+    }
+    if (message == WM_HSCROLL) {
+        if (reinterpret_cast<HWND>(lparam) == Item(IDC_LATENCY))
+            ShowLatency();
+        return true;
+    }
+    return CSettingsPage::ProcessWindowMessage(message, wparam, lparam, result);
+}
+
+void CNewUSBSettingsPage::Initialise() {
+    CreateBackground();
+    PrepareTips();
+    SetCaptions();
+    RegisterTips();
+    Refresh();
+}
+
+// The slider takes a position as a signed number, in which a large one would become the lowest.
+void CNewUSBSettingsPage::SetSlider(int slider, DWORD position) const noexcept {
+    constexpr auto kLargest = static_cast<DWORD>(std::numeric_limits<int>::max());
+    SendMessageW(Item(slider), TBM_SETPOS, TRUE, static_cast<LPARAM>(std::min(position, kLargest)));
+}
+
+int CNewUSBSettingsPage::SliderPosition(int slider) const noexcept {
+    return static_cast<int>(SendMessageW(Item(slider), TBM_GETPOS, 0, 0));
+}
+
+void CNewUSBSettingsPage::ShowLatency() const {
+    SetItemText(IDC_LATENCY_VALUE, Format(TEXT("%d ms"), LatencyOfPosition(SliderPosition(IDC_LATENCY))));
+}
+
+void CNewUSBSettingsPage::EnableChosenPolicy() const noexcept {
+    const bool latency = Checked(IDC_POLICY_LATENCY);
+    for (const int control : kLatencyControls)
+        EnableItem(control, latency);
+    for (const int control : kCpuUsageControls)
+        EnableItem(control, !latency);
+}
+
+void CNewUSBSettingsPage::Refresh() {
+    for (const auto& slider : kSliders)
+        SendMessageW(Item(slider.control), TBM_SETRANGE, TRUE, MAKELPARAM(slider.lowest, slider.highest));
+    for (const auto& slider : kSliders)
+        SetSlider(slider.control, bus_set_.*slider.position);
+    ShowLatency();
+
+    switch (bus_set_.PolicyType) {
+        case kLatencyPolicy:
+        case kCpuUsagePolicy: {
+            const bool latency = bus_set_.PolicyType == kLatencyPolicy;
+            Check(IDC_POLICY_LATENCY, latency);
+            Check(IDC_POLICY_CPU_USAGE, !latency);
+            EnableChosenPolicy();
+            break;
+        }
+        default:
+            for (const int control : kNoPolicyControls)
+                EnableItem(control, false);
+            ShowMessage(TEXT("Invalid USB Setting Policy."), TEXT("Error"), MB_OK | MB_ICONERROR);
+            break;
+    }
+}
+
+void CNewUSBSettingsPage::RestoreDefaults() {
+    BusSet defaults;
+    if (!ReadDefaultSettings(defaults, kBusSet))
+        return;
+    for (const auto value : kRestored)
+        bus_set_.*value = defaults.*value;
+    // The page shows the defaults even when the driver did not take them; OK then writes them again or asks.
+    static_cast<void>(WriteSettings(bus_set_, kBusSet));
+    Refresh();
+}
+
+LRESULT CNewUSBSettingsPage::Apply() {
+    bool changed = false;
+    const auto take = [this, &changed](DWORD BusSet::*value, DWORD shown) {
+        changed = changed || bus_set_.*value != shown;
+        bus_set_.*value = shown;
+    };
+    take(&BusSet::PolicyType, Checked(IDC_POLICY_LATENCY) ? kLatencyPolicy : kCpuUsagePolicy);
+    take(&BusSet::MaximumLatency, static_cast<DWORD>(LatencyOfPosition(SliderPosition(IDC_LATENCY))));
+    for (const auto& slider : kSliders)
+        take(slider.position, static_cast<DWORD>(SliderPosition(slider.control)));
+    if (!changed)
+        return kAccepted;
+    if (MayChange(PortName(), IDS_SETTINGS_PORT_OPEN) && WriteSettings(bus_set_, kBusSet))
+        return kAccepted;
+    static_cast<void>(ReadSettings(bus_set_, kBusSet));
+    return kRefused;
+}
+
+}  // namespace qx
