@@ -6,7 +6,7 @@
 // a message cannot tell (the pointer resting on a control, the kind of a message box) is asked for here.
 #pragma once
 
-#include <windows.h>
+#include "platform/machine/instruments.h"
 
 #include <cstdint>
 #include <functional>
@@ -41,6 +41,8 @@ struct ControlPicture {
     int selection = -1;                          // of choice boxes and tabs
     int minimum = 0, maximum = 0, position = 0;  // of sliders
     std::string resource;                        // of pictures from the template: "icon 5", "bitmap 201"
+    COLORREF drawn_color = CLR_INVALID;          // of controls that the library draws itself: the text colour
+    bool drawn_underlined = false;
 };
 
 // What kind of window a top-level window is.
@@ -51,6 +53,7 @@ struct WindowPicture {
     HWND window = nullptr;
     WindowKind kind = WindowKind::kOther;
     std::string caption;
+    int left = 0, top = 0;      // in pixels; of pages in their sheet
     int width = 0, height = 0;  // of the client area in pixels
     int width_units = 0, height_units = 0;
     bool enabled = true;
@@ -99,7 +102,7 @@ struct ShellRequest {
     int show = 0;
 };
 
-class Desktop {
+class QX_SIMULATOR_API Desktop {
   public:
     static Desktop& The();
 
@@ -123,8 +126,6 @@ class Desktop {
     [[nodiscard]] std::optional<ShownTip> HoverTip(HWND control);
     // Presses F1 with the focus on a control, or clicks it with the "?" pointer.
     void PressHelp(HWND control);
-    // Lets time pass for timers.
-    void PassTime(std::uint32_t milliseconds);
 
     // --- what is on the desktop ---
     // Visible top-level windows of all threads, the one in front first.

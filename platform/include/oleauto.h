@@ -9,5 +9,4 @@ HRESULT WINAPI LoadTypeLib(const OLECHAR* szFile, ITypeLib** pptlib);
 HRESULT WINAPI LoadTypeLibEx(LPCOLESTR szFile, REGKIND regkind, ITypeLib** pptlib);
 HRESULT WINAPI RegisterTypeLib(ITypeLib* ptlib, OLECHAR* szFullPath, OLECHAR* szHelpDir);
 HRESULT WINAPI UnRegisterTypeLib(REFGUID libID, WORD wVerMajor, WORD wVerMinor, LCID lcid, SYSKIND syskind);
-void WINAPI SysFreeString(BSTR bstrString);
 }

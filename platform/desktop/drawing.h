@@ -1,0 +1,54 @@
+// Brushes, fonts and device contexts.
+#pragma once
+
+#include "platform/desktop/desktop.h"
+#include "platform/machine/calls.h"
+
+namespace qxsim {
+
+// The colour of a brush; CLR_INVALID for what is none.
+[[nodiscard]] COLORREF ColorOfBrush(HBRUSH brush);
+
+// A device context for the length of a colour request, and what the dialog set in it.
+class RequestContext {
+  public:
+    explicit RequestContext(HWND window);
+    ~RequestContext();
+    RequestContext(const RequestContext&) = delete;
+    RequestContext& operator=(const RequestContext&) = delete;
+    [[nodiscard]] HDC Handle() const { return handle_; }
+
+  private:
+    HDC handle_;
+};
+
+// What a window that draws itself last put on the screen.
+struct DrawnText {
+    std::string text;
+    COLORREF color = 0;
+    bool underlined = false;
+};
+[[nodiscard]] std::optional<DrawnText> LastDrawn(HWND window);
+void ForgetDrawing();
+
+QX_PLATFORM_CALL(CreateSolidBrush);
+QX_PLATFORM_CALL(DeleteObject);
+QX_PLATFORM_CALL(SelectObject);
+QX_PLATFORM_CALL(GetStockObject);
+QX_PLATFORM_CALL(GetObjectW);
+QX_PLATFORM_CALL(CreateFontIndirectW);
+QX_PLATFORM_CALL(SetBkMode);
+QX_PLATFORM_CALL(SetBkColor);
+QX_PLATFORM_CALL(SetTextColor);
+QX_PLATFORM_CALL(GetTextExtentPoint32W);
+QX_PLATFORM_CALL(BeginPaint);
+QX_PLATFORM_CALL(EndPaint);
+QX_PLATFORM_CALL(GetDC);
+QX_PLATFORM_CALL(ReleaseDC);
+QX_PLATFORM_CALL(DrawTextW);
+QX_PLATFORM_CALL(FillRect);
+QX_PLATFORM_CALL(DrawFocusRect);
+QX_PLATFORM_CALL(GetSysColor);
+QX_PLATFORM_CALL(GetSysColorBrush);
+
+}  // namespace qxsim

@@ -1,0 +1,208 @@
+#include "platform/desktop/locale_and_types.h"
+
+#include "platform/desktop/modules.h"
+#include "platform/desktop/window.h"
+#include "platform/machine/machine.h"
+
+#include <array>
+#include <atomic>
+#include <cstdio>
+#include <cstring>
+#include <optional>
+
+namespace qxsim {
+
+namespace {
+
+constexpr LCID kEnglish = 0x0409;
+thread_local LCID thread_locale = kEnglish;
+
+struct LibraryFacts {
+    GUID id{};
+    WORD major = 0;
+    WORD minor = 0;
+    LCID locale = 0;
+};
+
+DWORD NumberAt(ResourceBytes bytes, std::size_t at) {
+    DWORD value = 0;
+    if (at + sizeof(value) <= bytes.size())
+        std::memcpy(&value, bytes.data() + at, sizeof(value));
+    return value;
+}
+
+// Reads who a compiled type library is. Its header names a place in the table of identifiers, which the sixth
+// entry of the segment directory behind the header and the offsets of its types finds.
+std::optional<LibraryFacts> ReadTypeLibrary(ResourceBytes bytes) {
+    constexpr DWORD kMagic = 0x5446534D;
+    constexpr std::size_t kHeaderSize = 0x54;
+    constexpr DWORD kHasHelpLibrary = 0x100;
+    constexpr std::size_t kIdSegment = 5;
+    constexpr std::size_t kSegmentEntry = 16;
+    if (NumberAt(bytes, 0) != kMagic)
+        return std::nullopt;
+    std::size_t directory = kHeaderSize + sizeof(DWORD) * NumberAt(bytes, 0x20);
+    if (NumberAt(bytes, 0x14) & kHasHelpLibrary)
+        directory += sizeof(DWORD);
+    const std::size_t at =
+        NumberAt(bytes, directory + kIdSegment * kSegmentEntry) + std::size_t{NumberAt(bytes, 0x08)};
+    LibraryFacts facts;
+    if (at + sizeof(GUID) > bytes.size())
+        return std::nullopt;
+    std::memcpy(&facts.id, bytes.data() + at, sizeof(GUID));
+    facts.locale = NumberAt(bytes, 0x0C);
+    facts.major = LOWORD(NumberAt(bytes, 0x18));
+    facts.minor = HIWORD(NumberAt(bytes, 0x18));
+    return facts;
+}
+
+WideString KeyOf(const GUID& id, WORD major, WORD minor) {
+    std::array<char, 100> text{};
+    std::snprintf(text.data(), text.size(),
+                  "Software\\Classes\\TypeLib\\{%08X-%04X-%04X-%02X%02X-%02X%02X%02X%02X%02X%02X}\\%X.%X",
+                  id.Data1, id.Data2, id.Data3, id.Data4[0], id.Data4[1], id.Data4[2], id.Data4[3],
+                  id.Data4[4], id.Data4[5], id.Data4[6], id.Data4[7], major, minor);
+    return ToWide(text.data());
+}
+
+// A loaded type library: only who it is can be asked of it.
+class TypeLibrary final : public ITypeLib {
+  public:
+    explicit TypeLibrary(const LibraryFacts& facts) : facts_(facts) {}
+    virtual ~TypeLibrary() = default;
+    [[nodiscard]] const LibraryFacts& Facts() const { return facts_; }
+
+    HRESULT QueryInterface(REFIID, void** result) override {
+        if (result)
+            *result = nullptr;
+        return E_NOINTERFACE;
+    }
+    ULONG AddRef() override { return ++references_; }
+    ULONG Release() override {
+        const ULONG left = --references_;
+        if (left == 0) {
+            Call call = Call::Infallible("ITypeLib::Release", static_cast<const void*>(this));
+            call.Closed("type library", static_cast<const void*>(this));
+            delete this;
+        }
+        return left;
+    }
+    UINT GetTypeInfoCount() override { return 0; }
+    HRESULT GetTypeInfo(UINT, ITypeInfo**) override { return E_NOTIMPL; }
+    HRESULT GetTypeInfoType(UINT, TYPEKIND*) override { return E_NOTIMPL; }
+    HRESULT GetTypeInfoOfGuid(REFGUID, ITypeInfo**) override { return E_NOTIMPL; }
+    HRESULT GetLibAttr(TLIBATTR** result) override {
+        attributes_ = {facts_.id, facts_.locale, SYS_WIN64, facts_.major, facts_.minor, 0};
+        *result = &attributes_;
+        return S_OK;
+    }
+    HRESULT GetTypeComp(ITypeComp**) override { return E_NOTIMPL; }
+    HRESULT GetDocumentation(INT, BSTR*, BSTR*, DWORD*, BSTR*) override { return E_NOTIMPL; }
+    HRESULT IsName(LPOLESTR, ULONG, BOOL*) override { return E_NOTIMPL; }
+    HRESULT FindName(LPOLESTR, ULONG, ITypeInfo**, MEMBERID*, USHORT*) override { return E_NOTIMPL; }
+    void ReleaseTLibAttr(TLIBATTR*) override {}
+
+  private:
+    LibraryFacts facts_;
+    TLIBATTR attributes_{};
+    std::atomic<ULONG> references_{1};
+};
+
+HRESULT Load(Call& call, const OLECHAR* file, ITypeLib** result) {
+    if (!file || !result)
+        return call.Return(E_INVALIDARG);
+    *result = nullptr;
+    if (call.Faulted())
+        return call.Return(TYPE_E_CANTLOADLIBRARY);
+    const ResourceBytes bytes = FindModuleResource(ModuleOfFile(file), MAKEINTRESOURCEW(1), u"TYPELIB");
+    const std::optional<LibraryFacts> facts = ReadTypeLibrary(bytes);
+    if (!facts)
+        return call.Return(TYPE_E_CANTLOADLIBRARY);
+    auto* const library = new TypeLibrary(*facts);  // its last Release deletes it
+    call.Opened("type library", static_cast<const void*>(library));
+    *result = library;
+    return call.Return(S_OK);
+}
+
+}  // namespace
+
+LCID GetThreadLocale() {
+    Call call = Call::Infallible("GetThreadLocale");
+    return call.Return(thread_locale);
+}
+
+BOOL SetThreadLocale(LCID locale) {
+    Call call("SetThreadLocale", locale);
+    if (call.Faulted())
+        return call.Fail(call.FaultError(ERROR_INVALID_PARAMETER));
+    thread_locale = locale;
+    return call.Return(TRUE);
+}
+
+HRESULT LoadTypeLib(const OLECHAR* file, ITypeLib** result) {
+    Call call("LoadTypeLib", file);
+    return Load(call, file, result);
+}
+
+HRESULT LoadTypeLibEx(LPCOLESTR file, REGKIND kind, ITypeLib** result) {
+    Call call("LoadTypeLibEx", file, static_cast<DWORD>(kind));
+    return Load(call, file, result);
+}
+
+HRESULT RegisterTypeLib(ITypeLib* library, OLECHAR* path, OLECHAR* help_directory) {
+    Call call("RegisterTypeLib", static_cast<const void*>(library), static_cast<const WCHAR*>(path),
+              static_cast<const WCHAR*>(help_directory));
+    const auto* const known = dynamic_cast<TypeLibrary*>(library);
+    if (!known || !path)
+        return call.Return(E_INVALIDARG);
+    if (call.Faulted())
+        return call.Return(TYPE_E_REGISTRYACCESS);
+    call.Changing();
+    const LibraryFacts& facts = known->Facts();
+    Machine& machine = Machine::Current();
+    const WideString key = KeyOf(facts.id, facts.major, facts.minor);
+    machine.MakeKey(key + u"\\0\\win64")->Set(u"", REG_SZ, TextBytes(path));
+    machine.MakeKey(key + u"\\FLAGS")->Set(u"", REG_SZ, TextBytes(u"0"));
+    if (help_directory)
+        machine.MakeKey(key + u"\\HELPDIR")->Set(u"", REG_SZ, TextBytes(help_directory));
+    return call.Return(S_OK);
+}
+
+HRESULT UnRegisterTypeLib(REFGUID id, WORD major, WORD minor, LCID locale, SYSKIND system) {
+    Call call("UnRegisterTypeLib", &id, major, minor, locale, static_cast<DWORD>(system));
+    if (call.Faulted())
+        return call.Return(TYPE_E_REGISTRYACCESS);
+    call.Changing();
+    const WideString key = KeyOf(id, major, minor);
+    Machine& machine = Machine::Current();
+    if (!machine.DeleteKey(key))
+        return call.Return(TYPE_E_REGISTRYACCESS);
+    // The key of all versions goes with the last one.
+    const WideString versions = key.substr(0, key.rfind(u'\\'));
+    if (const auto left = machine.FindKey(versions); left && left->subkeys.empty())
+        machine.DeleteKey(versions);
+    return call.Return(S_OK);
+}
+
+void InitCommonControls() {
+    Call call = Call::Infallible("InitCommonControls");
+}
+
+BOOL InitCommonControlsEx(const INITCOMMONCONTROLSEX* which) {
+    Call call("InitCommonControlsEx", which ? which->dwICC : 0U);
+    if (call.Faulted() || !which || which->dwSize != sizeof(INITCOMMONCONTROLSEX))
+        return call.Fail(call.FaultError(ERROR_INVALID_PARAMETER));
+    return call.Return(TRUE);
+}
+
+DWORD GetCurrentThreadId() {
+    Call call = Call::Infallible("GetCurrentThreadId");
+    return call.Return(ThreadNumber());
+}
+
+DWORD GetCurrentProcessId() {
+    Call call = Call::Infallible("GetCurrentProcessId");
+    return call.Return(DWORD{CurrentSimulatedProcess()});
+}
+
+}  // namespace qxsim

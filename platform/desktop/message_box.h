@@ -1,0 +1,17 @@
+// Message boxes and sounds.
+#pragma once
+
+#include "platform/desktop/desktop.h"
+#include "platform/machine/calls.h"
+
+namespace qxsim {
+
+[[nodiscard]] std::vector<ShownBox> ShownBoxes();
+[[nodiscard]] std::vector<UINT> PlayedBeeps();
+void SetBoxAnswers(std::function<int(const ShownBox&)> answers);
+void ForgetBoxes();
+
+QX_PLATFORM_CALL(MessageBoxW);
+QX_PLATFORM_CALL(MessageBeep);
+
+}  // namespace qxsim

@@ -1,0 +1,563 @@
+#include "platform/desktop/property_sheet.h"
+
+#include "platform/desktop/activation_context.h"
+#include "platform/desktop/controls.h"
+#include "platform/desktop/dialog.h"
+#include "platform/desktop/modal_loop.h"
+
+#include <commctrl.h>
+
+#include <algorithm>
+#include <cstring>
+#include <map>
+#include <utility>
+
+// A page as the platform keeps it; HPROPSHEETPAGE points to one.
+struct _PSP {
+    PROPSHEETPAGEW page{};
+    qxsim::WideString title;          // what page.pszTitle points to, when it is a text
+    qxsim::WideString template_name;  // likewise
+    HWND window = nullptr;            // once the page was opened
+    bool changed = false;
+};
+
+namespace qxsim {
+
+namespace {
+
+// Pages that exist, so that a handle that is none is recognised.
+std::map<HPROPSHEETPAGE, std::unique_ptr<_PSP>>& Pages() {
+    static std::map<HPROPSHEETPAGE, std::unique_ptr<_PSP>> pages;
+    return pages;
+}
+
+_PSP* PageOf(HPROPSHEETPAGE handle) {
+    const std::lock_guard lock(Instruments::The().Lock());
+    const auto found = Pages().find(handle);
+    return found == Pages().end() ? nullptr : found->second.get();
+}
+
+// What the sheet tells a page's own callback: it was made, its window is about to be, it goes.
+UINT TellCallback(_PSP& page, UINT what) {
+    if (!(page.page.dwFlags & PSP_USECALLBACK) || !page.page.pfnCallback)
+        return TRUE;
+    return page.page.pfnCallback(nullptr, what, &page.page);
+}
+
+HPROPSHEETPAGE MakePage(const PROPSHEETPAGEW& description, Call& call) {
+    auto page = std::make_unique<_PSP>();
+    std::memcpy(&page->page, &description, std::min<std::size_t>(description.dwSize, sizeof(PROPSHEETPAGEW)));
+    PROPSHEETPAGEW& kept = page->page;
+    if ((kept.dwFlags & PSP_USETITLE) && kept.pszTitle && !IS_INTRESOURCE(kept.pszTitle)) {
+        page->title = kept.pszTitle;
+        kept.pszTitle = page->title.c_str();
+    }
+    if (!(kept.dwFlags & PSP_DLGINDIRECT) && !IS_INTRESOURCE(kept.pszTemplate)) {
+        page->template_name = kept.pszTemplate;
+        kept.pszTemplate = page->template_name.c_str();
+    }
+    const HPROPSHEETPAGE handle = page.get();
+    _PSP& made = *page;
+    Pages()[handle] = std::move(page);
+    call.Opened("sheet page", handle);
+    if (kept.dwFlags & PSP_USEREFPARENT)
+        ++*kept.pcRefParent;
+    call.Unlock();
+    TellCallback(made, PSPCB_ADDREF);
+    call.Relock();
+    return handle;
+}
+
+// The page's window is gone; its callback is told that the page goes too.
+void ReleasePage(HPROPSHEETPAGE handle, Call& call) {
+    _PSP* const page = PageOf(handle);
+    call.Unlock();
+    TellCallback(*page, PSPCB_RELEASE);
+    if (page->page.dwFlags & PSP_USEREFPARENT)
+        --*page->page.pcRefParent;
+    call.Relock();
+    call.Closed("sheet page", handle);
+    Pages().erase(handle);
+}
+
+std::optional<DialogTemplate> TemplateOf(const _PSP& page) {
+    if (page.page.dwFlags & PSP_DLGINDIRECT)
+        return ReadDialogTemplate({reinterpret_cast<const std::byte*>(page.page.pResource), 0x10000});
+    return ReadDialogTemplate(FindModuleResource(page.page.hInstance, page.page.pszTemplate, RT_DIALOG));
+}
+
+WideString TitleOf(const _PSP& page) {
+    if (!(page.page.dwFlags & PSP_USETITLE)) {
+        const std::optional<DialogTemplate> read = TemplateOf(page);
+        return read ? read->caption : WideString();
+    }
+    if (!page.page.pszTitle)
+        return u"";
+    return IS_INTRESOURCE(page.page.pszTitle) ? ModuleString(page.page.hInstance, LOWORD(page.page.pszTitle))
+                                              : WideString(page.page.pszTitle);
+}
+
+// The frame of a sheet: tabs, pages, buttons, and the notifications between them.
+class SheetFrame final : public Control {
+  public:
+    SheetFrame(Window& window, std::vector<HPROPSHEETPAGE> pages, DWORD flags, PFNPROPSHEETCALLBACK callback)
+        : Control(window), pages_(std::move(pages)), flags_(flags), callback_(callback) {}
+
+    LRESULT Message(UINT message, WPARAM wparam, LPARAM lparam) override {
+        switch (message) {
+            case WM_COMMAND:
+                if (HIWORD(wparam) == BN_CLICKED)
+                    Press(LOWORD(wparam));
+                return 0;
+            case WM_CLOSE:
+                Cancel(true);
+                return 0;
+            case DM_GETDEFID:
+                return MAKELRESULT(IDOK, 0x534B);  // DC_HASDEFID
+            case PSM_SETCURSEL: {
+                const auto asked =
+                    lparam ? IndexOf(reinterpret_cast<HPROPSHEETPAGE>(lparam)) : static_cast<int>(wparam);
+                return SwitchTo(asked) ? TRUE : FALSE;
+            }
+            case PSM_PRESSBUTTON:
+                PressNamed(static_cast<int>(wparam));
+                return TRUE;
+            case PSM_CHANGED:
+            case PSM_UNCHANGED:
+                MarkChanged(reinterpret_cast<HWND>(wparam), message == PSM_CHANGED);
+                return TRUE;
+            case PSM_APPLY:
+                return Apply(FALSE) ? TRUE : FALSE;
+            case PSM_GETTABCONTROL:
+                return ToLparam(ChildWithId(window_.handle, kTabControlId));
+            case PSM_GETCURRENTPAGEHWND:
+                return ended ? 0 : ToLparam(CurrentWindow());
+            case PSM_INDEXTOHWND:
+                return ToLparam(WindowAt(static_cast<int>(wparam)));
+            case PSM_HWNDTOINDEX:
+                return IndexOfWindow(reinterpret_cast<HWND>(wparam));
+            case PSM_INDEXTOPAGE:
+                return wparam < pages_.size() ? ToLparam(pages_[wparam]) : 0;
+            case PSM_PAGETOINDEX:
+                return IndexOf(reinterpret_cast<HPROPSHEETPAGE>(lparam));
+            case PSM_QUERYSIBLINGS:
+                return AskSiblings(wparam, lparam);
+            case PSM_SETTITLEW:
+                SetText(window_.handle, PointerOf<const WCHAR>(lparam));
+                return 0;
+            case PSM_REBOOTSYSTEM:
+                restart_ |= ID_PSREBOOTSYSTEM;
+                return 0;
+            case PSM_RESTARTWINDOWS:
+                restart_ |= ID_PSRESTARTWINDOWS;
+                return 0;
+            case PSM_CANCELTOCLOSE:
+                Enable(ChildWithId(window_.handle, IDCANCEL), false);
+                return 0;
+            case PSM_GETRESULT:
+                return result;
+            default:
+                return Control::Message(message, wparam, lparam);
+        }
+    }
+
+    // Opens the start page, or the next one that can be opened; false when there is none.
+    bool Start(int index) {
+        ShowTabs();
+        const auto count = static_cast<int>(pages_.size());
+        for (int step = 0; step < count; ++step)
+            if (Activate((index + step) % count))
+                return true;
+        return false;
+    }
+
+    // Closes the sheet whatever its pages say.
+    void GiveUp() {
+        Cancel(true);
+        if (!ended)
+            End(0);
+    }
+
+    // Destroys the pages in tab order, each followed by its release.
+    void DestroyPages(Call& call) {
+        for (const HPROPSHEETPAGE handle : std::exchange(pages_, {})) {
+            if (const HWND page = PageOf(handle)->window)
+                Destroy(page, call);
+            ReleasePage(handle, call);
+        }
+    }
+
+    [[nodiscard]] std::vector<HWND> PageWindows() const {
+        std::vector<HWND> windows;
+        for (const HPROPSHEETPAGE handle : pages_)
+            windows.push_back(PageOf(handle)->window);
+        return windows;
+    }
+    [[nodiscard]] HWND CurrentWindow() const { return WindowAt(current_); }
+
+    bool ended = false;
+    INT_PTR result = 0;
+
+  private:
+    [[nodiscard]] HWND WindowAt(int index) const {
+        return index >= 0 && index < static_cast<int>(pages_.size())
+                   ? PageOf(pages_[static_cast<std::size_t>(index)])->window
+                   : nullptr;
+    }
+    [[nodiscard]] int IndexOf(HPROPSHEETPAGE handle) const {
+        const auto found = std::ranges::find(pages_, handle);
+        return found == pages_.end() ? -1 : static_cast<int>(found - pages_.begin());
+    }
+    [[nodiscard]] int IndexOfWindow(HWND window) const {
+        for (int index = 0; window && index < static_cast<int>(pages_.size()); ++index)
+            if (WindowAt(index) == window)
+                return index;
+        return -1;
+    }
+
+    LRESULT Notify(HWND page, UINT code, LPARAM parameter = 0) const {
+        PSHNOTIFY notification{};
+        notification.hdr.hwndFrom = window_.handle;
+        notification.hdr.code = code;
+        notification.lParam = parameter;
+        return Send(page, WM_NOTIFY, 0, ToLparam(&notification));
+    }
+
+    void ShowTabs() const {
+        std::vector<WideString> titles;
+        for (const HPROPSHEETPAGE handle : pages_)
+            titles.push_back(TitleOf(*PageOf(handle)));
+        SetTabs(ChildWithId(window_.handle, kTabControlId), std::move(titles));
+    }
+
+    // Makes the window of a page that is opened for the first time.
+    bool Open(_PSP& page) const {
+        if (page.window)
+            return true;
+        const std::optional<DialogTemplate> description = TemplateOf(page);
+        if (!description || TellCallback(page, PSPCB_CREATE) == 0)
+            return false;
+        const ContextScope context((page.page.dwFlags & PSP_USEFUSIONCONTEXT)
+                                       ? reinterpret_cast<std::uint64_t>(page.page.hActCtx)
+                                       : 0);
+        NewDialog dialog;
+        dialog.instance = page.page.hInstance;
+        dialog.parent = window_.handle;
+        dialog.procedure = page.page.pfnDlgProc;
+        dialog.parameter = ToLparam(&page.page);
+        dialog.as_page = true;
+        const RECT tabs = FindWindowRef(ChildWithId(window_.handle, kTabControlId))->rect;
+        dialog.position = {tabs.left + kTabBorder, tabs.top + kTabHeight};
+        DWORD error = 0;
+        page.window = MakeDialog(*description, dialog, error, nullptr);
+        return page.window != nullptr;
+    }
+
+    // Brings a page to the front without asking the one that is there.
+    bool Activate(int index) {
+        if (index < 0 || index >= static_cast<int>(pages_.size()))
+            return false;
+        _PSP& page = *PageOf(pages_[static_cast<std::size_t>(index)]);
+        if (!Open(page) || Notify(page.window, PSN_SETACTIVE) != 0)
+            return false;
+        const HWND before = CurrentWindow();
+        current_ = index;
+        if (before && before != page.window)
+            Show(before, false);
+        Show(page.window, true);
+        Send(ChildWithId(window_.handle, kTabControlId), TCM_SETCURSEL, static_cast<WPARAM>(index), 0);
+        HWND first = NextTabStop(page.window, nullptr, false);
+        if (const LRESULT wanted = Notify(page.window, PSN_QUERYINITIALFOCUS, ToLparam(first)))
+            first = reinterpret_cast<HWND>(wanted);
+        Focus(first);
+        return true;
+    }
+
+    // What a click on a tab does: the page in front may refuse to go.
+    bool SwitchTo(int index) {
+        if (index == current_)
+            return true;
+        if (index < 0 || index >= static_cast<int>(pages_.size()))
+            return false;
+        if (Notify(CurrentWindow(), PSN_KILLACTIVE) != FALSE) {
+            Send(ChildWithId(window_.handle, kTabControlId), TCM_SETCURSEL, static_cast<WPARAM>(current_), 0);
+            return false;
+        }
+        if (Activate(index))
+            return true;
+        Activate(current_);
+        return false;
+    }
+
+    void MarkChanged(HWND window, bool changed) {
+        const int index = IndexOfWindow(window);
+        if (index >= 0)
+            PageOf(pages_[static_cast<std::size_t>(index)])->changed = changed;
+        const bool any =
+            std::ranges::any_of(pages_, [](HPROPSHEETPAGE handle) { return PageOf(handle)->changed; });
+        Enable(ChildWithId(window_.handle, kApplyButtonId), any);
+    }
+
+    // Asks every opened page to apply, in tab order; the first that refuses comes to the front.
+    bool Apply(LPARAM closing) {
+        if (Notify(CurrentWindow(), PSN_KILLACTIVE) != FALSE)
+            return false;
+        for (int index = 0; index < static_cast<int>(pages_.size()); ++index) {
+            const HWND page = WindowAt(index);
+            if (!page)
+                continue;
+            const LRESULT answer = Notify(page, PSN_APPLY, closing);
+            if (answer == PSNRET_INVALID || answer == PSNRET_INVALID_NOCHANGEPAGE) {
+                Activate(answer == PSNRET_INVALID ? index : current_);
+                return false;
+            }
+        }
+        for (const HPROPSHEETPAGE handle : pages_)
+            PageOf(handle)->changed = false;
+        Enable(ChildWithId(window_.handle, kApplyButtonId), false);
+        if (closing == FALSE)
+            Notify(CurrentWindow(), PSN_SETACTIVE);
+        return true;
+    }
+
+    void Cancel(bool by_close_box) {
+        if (ended || Notify(CurrentWindow(), PSN_QUERYCANCEL) != FALSE)
+            return;
+        for (const HWND page : PageWindows())
+            if (page)
+                Notify(page, PSN_RESET, by_close_box ? TRUE : FALSE);
+        End(0);
+    }
+
+    void End(INT_PTR with) {
+        result = with;
+        ended = true;
+    }
+
+    void Press(int id) {
+        switch (id) {
+            case IDOK:
+                TellSheetCallback(PSCB_BUTTONPRESSED, PSBTN_OK);
+                if (Apply(TRUE))
+                    End(restart_ != 0 ? restart_ : 1);
+                break;
+            case IDCANCEL:
+                TellSheetCallback(PSCB_BUTTONPRESSED, PSBTN_CANCEL);
+                Cancel(false);
+                break;
+            case kApplyButtonId:
+                TellSheetCallback(PSCB_BUTTONPRESSED, PSBTN_APPLYNOW);
+                Apply(FALSE);
+                break;
+            case IDHELP:
+                Notify(CurrentWindow(), PSN_HELP);
+                break;
+            default:
+                break;
+        }
+    }
+
+    void PressNamed(int button) {
+        Press(button == PSBTN_OK         ? IDOK
+              : button == PSBTN_CANCEL   ? IDCANCEL
+              : button == PSBTN_APPLYNOW ? kApplyButtonId
+              : button == PSBTN_HELP     ? IDHELP
+                                         : 0);
+    }
+
+    LRESULT AskSiblings(WPARAM wparam, LPARAM lparam) const {
+        for (const HWND page : PageWindows())
+            if (page)
+                if (const LRESULT answer = Send(page, PSM_QUERYSIBLINGS, wparam, lparam))
+                    return answer;
+        return 0;
+    }
+
+    void TellSheetCallback(UINT what, LPARAM parameter) const {
+        if ((flags_ & PSH_USECALLBACK) && callback_)
+            callback_(window_.handle, what, parameter);
+    }
+
+    static constexpr int kTabBorder = 3;
+    static constexpr int kTabHeight = 22;
+    friend HWND MakeSheetFrame(const PROPSHEETHEADERW&, const std::vector<HPROPSHEETPAGE>&, DWORD&, Call&);
+
+    std::vector<HPROPSHEETPAGE> pages_;
+    DWORD flags_;
+    PFNPROPSHEETCALLBACK callback_;
+    int current_ = -1;
+    INT_PTR restart_ = 0;
+};
+
+WideString CaptionOf(const PROPSHEETHEADERW& header) {
+    if (!header.pszCaption)
+        return u"";
+    return IS_INTRESOURCE(header.pszCaption) ? ModuleString(header.hInstance, LOWORD(header.pszCaption))
+                                             : WideString(header.pszCaption);
+}
+
+// The window with tabs and buttons, large enough for the largest page.
+HWND MakeSheetFrame(const PROPSHEETHEADERW& header, const std::vector<HPROPSHEETPAGE>& pages, DWORD& error,
+                    Call& call) {
+    int page_width = 0;
+    int page_height = 0;
+    for (const HPROPSHEETPAGE handle : pages)
+        if (const std::optional<DialogTemplate> read = TemplateOf(*PageOf(handle))) {
+            const RECT size = UnitsToPixels({0, 0, read->width, read->height});
+            page_width = std::max(page_width, static_cast<int>(size.right));
+            page_height = std::max(page_height, static_cast<int>(size.bottom));
+        }
+    constexpr int kMargin = 6;
+    constexpr int kButtonWidth = 75;
+    constexpr int kButtonHeight = 23;
+    const int tabs_width = page_width + 2 * SheetFrame::kTabBorder;
+    const int tabs_height = page_height + SheetFrame::kTabHeight + SheetFrame::kTabBorder;
+    const int width = std::max(tabs_width, 3 * (kButtonWidth + kMargin)) + 2 * kMargin;
+    const int buttons_top = kMargin + tabs_height + kMargin;
+
+    // The callback may change the template before the frame is made of it.
+    DLGTEMPLATE look{};
+    look.style = WS_POPUP | WS_CAPTION | WS_SYSMENU | DS_MODALFRAME;
+    look.dwExtendedStyle = (header.dwFlags & PSH_NOCONTEXTHELP) ? 0 : WS_EX_CONTEXTHELP;
+    if ((header.dwFlags & PSH_USECALLBACK) && header.pfnCallback)
+        header.pfnCallback(nullptr, PSCB_PRECREATE, ToLparam(&look));
+    NewWindow frame;
+    frame.class_name = u"#32770";
+    frame.text = CaptionOf(header);
+    if (header.dwFlags & PSH_PROPTITLE)
+        frame.text += u" Properties";
+    frame.style = look.style & ~static_cast<DWORD>(WS_VISIBLE);
+    frame.ex_style = look.dwExtendedStyle;
+    frame.rect = {0, 0, width, buttons_top + kButtonHeight + kMargin};
+    frame.parent = header.hwndParent;
+    frame.instance = header.hInstance;
+    frame.kind = WindowKind::kSheet;
+    const HWND window = MakeWindow(frame, error, &call);
+    if (!window)
+        return nullptr;
+    const auto add = [&](const WCHAR* class_name, const WCHAR* text, DWORD style, RECT rect, int id) {
+        NewWindow control;
+        control.class_name = class_name;
+        control.text = text;
+        control.style = WS_CHILD | WS_VISIBLE | WS_TABSTOP | style;
+        control.rect = rect;
+        control.parent = window;
+        control.id = id;
+        static_cast<void>(MakeWindow(control, error, nullptr));
+    };
+    add(WC_TABCONTROLW, u"", 0, {kMargin, kMargin, kMargin + tabs_width, kMargin + tabs_height},
+        kTabControlId);
+    const bool with_apply = !(header.dwFlags & PSH_NOAPPLYNOW);
+    const bool with_help = (header.dwFlags & PSH_HASHELP) != 0;
+    int left = width - (2 + (with_apply ? 1 : 0) + (with_help ? 1 : 0)) * (kButtonWidth + kMargin);
+    const auto add_button = [&](const WCHAR* text, DWORD style, int id) {
+        add(WC_BUTTONW, text, style, {left, buttons_top, left + kButtonWidth, buttons_top + kButtonHeight},
+            id);
+        left += kButtonWidth + kMargin;
+    };
+    add_button(u"OK", BS_DEFPUSHBUTTON, IDOK);
+    add_button(u"Cancel", 0, IDCANCEL);
+    if (with_apply)
+        add_button(u"&Apply", WS_DISABLED, kApplyButtonId);
+    if (with_help)
+        add_button(u"Help", 0, IDHELP);
+    return window;
+}
+
+SheetFrame* SheetOf(HWND window) {
+    const WindowRef ref = FindWindowRef(window);
+    return ref ? dynamic_cast<SheetFrame*>(ref->control.get()) : nullptr;
+}
+
+// Pages that are handed to a sheet belong to it from then on, also when it cannot be shown.
+INT_PTR RefuseSheet(const std::vector<HPROPSHEETPAGE>& pages, DWORD error, Call& call) {
+    for (const HPROPSHEETPAGE page : pages)
+        ReleasePage(page, call);
+    return call.Fail(error, INT_PTR{-1});
+}
+
+}  // namespace
+
+std::vector<HWND> PagesOf(HWND sheet) {
+    const SheetFrame* const frame = SheetOf(sheet);
+    return frame ? frame->PageWindows() : std::vector<HWND>();
+}
+
+HWND CurrentPageOf(HWND sheet) {
+    const SheetFrame* const frame = SheetOf(sheet);
+    return frame ? frame->CurrentWindow() : nullptr;
+}
+
+HPROPSHEETPAGE CreatePropertySheetPageW(LPCPROPSHEETPAGEW description) {
+    Call call("CreatePropertySheetPageW", static_cast<const void*>(description));
+    if (call.Faulted())
+        return call.Fail(call.FaultError(ERROR_NOT_ENOUGH_MEMORY), HPROPSHEETPAGE{});
+    if (!description || description->dwSize < offsetof(PROPSHEETPAGEW, pszHeaderTitle))
+        return call.Fail(ERROR_INVALID_PARAMETER, HPROPSHEETPAGE{});
+    return call.Return(MakePage(*description, call));
+}
+
+BOOL DestroyPropertySheetPage(HPROPSHEETPAGE page) {
+    Call call("DestroyPropertySheetPage", page);
+    if (!PageOf(page)) {
+        call.Closed("sheet page", page);
+        return call.Fail(ERROR_INVALID_HANDLE);
+    }
+    ReleasePage(page, call);
+    return call.Faulted() ? call.Fail(call.FaultError(ERROR_GEN_FAILURE)) : call.Return(TRUE);
+}
+
+INT_PTR PropertySheetW(LPCPROPSHEETHEADERW header) {
+    Call call("PropertySheetW", header && !IS_INTRESOURCE(header->pszCaption) ? header->pszCaption : u"",
+              header ? header->nPages : 0U, header ? header->dwFlags : 0U);
+    if (!header || header->dwSize < offsetof(PROPSHEETHEADERW, hbmWatermark) || header->nPages > MAXPROPPAGES)
+        return call.Fail(ERROR_INVALID_PARAMETER, INT_PTR{-1});
+    std::vector<HPROPSHEETPAGE> pages;
+    const std::byte* description = reinterpret_cast<const std::byte*>(header->ppsp);
+    for (UINT index = 0; index < header->nPages; ++index) {
+        if (header->dwFlags & PSH_PROPSHEETPAGE) {
+            const auto& page = *reinterpret_cast<const PROPSHEETPAGEW*>(description);
+            pages.push_back(MakePage(page, call));
+            description += page.dwSize;
+        } else if (PageOf(header->phpage[index])) {
+            pages.push_back(header->phpage[index]);
+        }
+    }
+    if (call.Faulted())
+        return RefuseSheet(pages, call.FaultError(ERROR_NOT_ENOUGH_MEMORY), call);
+    // Sheets without a loop of their own are not part of this desktop.
+    if (pages.empty() || (header->dwFlags & (PSH_MODELESS | PSH_WIZARD)))
+        return RefuseSheet(pages, ERROR_INVALID_PARAMETER, call);
+    if (header->hwndParent && !FindWindowRef(header->hwndParent))
+        return RefuseSheet(pages, ERROR_INVALID_WINDOW_HANDLE, call);
+    call.Unlock();
+
+    DWORD error = 0;
+    const HWND window = MakeSheetFrame(*header, pages, error, call);
+    const WindowRef ref = FindWindowRef(window);
+    if (!ref) {
+        call.Relock();
+        return RefuseSheet(pages, error, call);
+    }
+    auto control = std::make_unique<SheetFrame>(*ref, pages, header->dwFlags, header->pfnCallback);
+    SheetFrame& frame = *control;
+    ref->control = std::move(control);
+    ref->is_dialog = true;
+    if ((header->dwFlags & PSH_USECALLBACK) && header->pfnCallback)
+        header->pfnCallback(window, PSCB_INITIALIZED, 0);
+    if (frame.Start(static_cast<int>(header->nStartPage))) {
+        Show(window, true);
+        RunModalLoop(
+            window, header->hwndParent, [&] { return frame.ended; }, [&] { frame.GiveUp(); });
+    } else {
+        frame.result = -1;
+        frame.ended = true;
+    }
+    const INT_PTR result = frame.result;
+    call.Relock();
+    frame.DestroyPages(call);
+    Destroy(window, call);
+    return call.Return(result);
+}
+
+}  // namespace qxsim

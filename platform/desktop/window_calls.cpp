@@ -1,0 +1,561 @@
+#include "platform/desktop/window_calls.h"
+
+#include "platform/desktop/dialog.h"
+#include "platform/desktop/drawing.h"
+#include "platform/desktop/message_names.h"
+#include "platform/desktop/modal_loop.h"
+#include "platform/desktop/window.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace qxsim {
+
+namespace {
+
+// Messages run in the window's procedure, without the computer's lock.
+LRESULT SendFrom(Call& call, HWND window, UINT message, WPARAM wparam, LPARAM lparam) {
+    call.Unlock();
+    const LRESULT result = Send(window, message, wparam, lparam);
+    call.Relock();
+    return result;
+}
+
+RECT ClientRectOf(const Window& window) {
+    return {0, 0, window.rect.right - window.rect.left, window.rect.bottom - window.rect.top};
+}
+
+// Calls `visit` for each window until it answers FALSE; windows that were destroyed meanwhile are left out.
+BOOL Enumerate(Call& call, const std::vector<HWND>& windows, WNDENUMPROC visit, LPARAM parameter) {
+    call.Unlock();
+    BOOL go_on = TRUE;
+    for (const HWND window : windows)
+        if (go_on && FindWindowRef(window))
+            go_on = visit(window, parameter);
+    call.Relock();
+    return call.Return(go_on);
+}
+
+void CollectDescendants(HWND window, std::vector<HWND>& found) {
+    if (const WindowRef ref = FindWindowRef(window))
+        for (const HWND child : ref->children) {
+            found.push_back(child);
+            CollectDescendants(child, found);
+        }
+}
+
+std::optional<DialogTemplate> TemplateNamed(HINSTANCE instance, LPCWSTR name) {
+    return ReadDialogTemplate(FindModuleResource(instance, name, RT_DIALOG));
+}
+
+}  // namespace
+
+HWND CreateWindowExW(DWORD ex_style, LPCWSTR class_name, LPCWSTR text, DWORD style, int x, int y, int width,
+                     int height, HWND parent, HMENU menu, HINSTANCE instance, LPVOID parameter) {
+    Call call("CreateWindowExW", ex_style, class_name, text, style, parent);
+    if (call.Faulted())
+        return call.Fail(call.FaultError(ERROR_NOT_ENOUGH_MEMORY), HWND{});
+    const auto placed = [](int value) { return value == CW_USEDEFAULT ? 0 : value; };
+    NewWindow description;
+    description.class_name = class_name ? class_name : u"";
+    description.text = text ? text : u"";
+    description.style = style;
+    description.ex_style = ex_style;
+    description.rect = {placed(x), placed(y), placed(x) + placed(width), placed(y) + placed(height)};
+    description.parent = parent;
+    description.id = static_cast<int>(reinterpret_cast<LONG_PTR>(menu));
+    description.instance = instance;
+    description.create_parameter = parameter;
+    call.Unlock();
+    DWORD error = 0;
+    const HWND window = MakeWindow(description, error, &call);
+    call.Relock();
+    return window ? call.Return(window) : call.Fail(error, HWND{});
+}
+
+BOOL DestroyWindow(HWND window) {
+    Call call("DestroyWindow", window);
+    if (!FindWindowRef(window)) {
+        call.Closed("window", window);
+        return call.Fail(ERROR_INVALID_WINDOW_HANDLE);
+    }
+    Destroy(window, call);
+    return call.Faulted() ? call.Fail(call.FaultError(ERROR_ACCESS_DENIED)) : call.Return(TRUE);
+}
+
+BOOL IsWindow(HWND window) {
+    Call call = Call::Infallible("IsWindow", window);
+    return call.Return(FindWindowRef(window) ? TRUE : FALSE);
+}
+
+BOOL ShowWindow(HWND window, int command) {
+    Call call = Call::Infallible("ShowWindow", window, command);
+    const WindowRef ref = FindWindowRef(window);
+    if (!ref)
+        return call.Fail(ERROR_INVALID_WINDOW_HANDLE);
+    const bool was_visible = ref->Visible();
+    call.Unlock();
+    Show(window, command != SW_HIDE);
+    call.Relock();
+    return call.Return(was_visible ? TRUE : FALSE);
+}
+
+BOOL UpdateWindow(HWND window) {
+    Call call = Call::Infallible("UpdateWindow", window);
+    const WindowRef ref = FindWindowRef(window);
+    if (!ref)
+        return call.Fail(ERROR_INVALID_WINDOW_HANDLE);
+    if (ref->dirty && ShownOnScreen(window))
+        SendFrom(call, window, WM_PAINT, 0, 0);
+    return call.Return(TRUE);
+}
+
+BOOL EnableWindow(HWND window, BOOL enable) {
+    Call call = Call::Infallible("EnableWindow", window, enable);
+    const WindowRef ref = FindWindowRef(window);
+    if (!ref)
+        return call.Fail(ERROR_INVALID_WINDOW_HANDLE);
+    const bool was_disabled = !ref->Enabled();
+    call.Unlock();
+    Enable(window, enable != FALSE);
+    call.Relock();
+    return call.Return(was_disabled ? TRUE : FALSE);
+}
+
+BOOL IsWindowEnabled(HWND window) {
+    Call call = Call::Infallible("IsWindowEnabled", window);
+    const WindowRef ref = FindWindowRef(window);
+    return call.Return(ref && ref->Enabled() ? TRUE : FALSE);
+}
+
+BOOL IsWindowVisible(HWND window) {
+    Call call = Call::Infallible("IsWindowVisible", window);
+    return call.Return(ShownOnScreen(window) ? TRUE : FALSE);
+}
+
+HWND SetFocus(HWND window) {
+    Call call = Call::Infallible("SetFocus", window);
+    if (window && !FindWindowRef(window))
+        return call.Fail(ERROR_INVALID_WINDOW_HANDLE, HWND{});
+    const HWND before = FocusedWindow();
+    call.Unlock();
+    Focus(window);
+    call.Relock();
+    return call.Return(before);
+}
+
+HWND GetFocus() {
+    Call call = Call::Infallible("GetFocus");
+    return call.Return(FocusedWindow());
+}
+
+HWND GetActiveWindow() {
+    Call call = Call::Infallible("GetActiveWindow");
+    return call.Return(ActiveWindow());
+}
+
+HWND GetParent(HWND window) {
+    Call call = Call::Infallible("GetParent", window);
+    const WindowRef ref = FindWindowRef(window);
+    if (!ref)
+        return call.Fail(ERROR_INVALID_WINDOW_HANDLE, HWND{});
+    return call.Return(ref->IsChild() ? ref->parent : ref->owner);
+}
+
+HWND GetWindow(HWND window, UINT relation) {
+    Call call = Call::Infallible("GetWindow", window, relation);
+    const WindowRef ref = FindWindowRef(window);
+    if (!ref)
+        return call.Fail(ERROR_INVALID_WINDOW_HANDLE, HWND{});
+    if (relation == GW_OWNER)
+        return call.Return(ref->owner);
+    if (relation == GW_CHILD)
+        return call.Return(ref->children.empty() ? HWND{} : ref->children.front());
+    const WindowRef parent = FindWindowRef(ref->parent);
+    const std::vector<HWND> siblings = parent ? parent->children : TopLevelWindows();
+    const auto at = std::ranges::find(siblings, window);
+    if (relation == GW_HWNDFIRST)
+        return call.Return(siblings.front());
+    if (relation == GW_HWNDNEXT)
+        return call.Return(std::next(at) == siblings.end() ? HWND{} : *std::next(at));
+    if (relation == GW_HWNDPREV)
+        return call.Return(at == siblings.begin() ? HWND{} : *std::prev(at));
+    return call.Fail(ERROR_INVALID_PARAMETER, HWND{});
+}
+
+HWND GetAncestor(HWND window, UINT which) {
+    Call call = Call::Infallible("GetAncestor", window, which);
+    const WindowRef ref = FindWindowRef(window);
+    return call.Return(!ref ? HWND{} : which == GA_ROOT ? RootOf(window) : ref->parent);
+}
+
+BOOL SetWindowTextW(HWND window, LPCWSTR text) {
+    Call call("SetWindowTextW", window, text);
+    if (call.Faulted())
+        return call.Fail(call.FaultError(ERROR_ACCESS_DENIED));
+    if (!FindWindowRef(window))
+        return call.Fail(ERROR_INVALID_WINDOW_HANDLE);
+    SendFrom(call, window, WM_SETTEXT, 0, ToLparam(text));
+    return call.Return(TRUE);
+}
+
+int GetWindowTextW(HWND window, LPWSTR buffer, int room) {
+    Call call("GetWindowTextW", window, room);
+    if (room > 0 && buffer)
+        *buffer = u'\0';
+    if (call.Faulted())
+        return call.Fail(call.FaultError(ERROR_ACCESS_DENIED), 0);
+    if (!FindWindowRef(window))
+        return call.Fail(ERROR_INVALID_WINDOW_HANDLE, 0);
+    if (room <= 0)
+        return call.Return(0);
+    return call.Return(
+        static_cast<int>(SendFrom(call, window, WM_GETTEXT, static_cast<WPARAM>(room), ToLparam(buffer))));
+}
+
+int GetWindowTextLengthW(HWND window) {
+    Call call("GetWindowTextLengthW", window);
+    if (call.Faulted())
+        return call.Fail(call.FaultError(ERROR_ACCESS_DENIED), 0);
+    if (!FindWindowRef(window))
+        return call.Fail(ERROR_INVALID_WINDOW_HANDLE, 0);
+    return call.Return(static_cast<int>(SendFrom(call, window, WM_GETTEXTLENGTH, 0, 0)));
+}
+
+int GetClassNameW(HWND window, LPWSTR buffer, int room) {
+    Call call = Call::Infallible("GetClassNameW", window, room);
+    const WindowRef ref = FindWindowRef(window);
+    if (!ref || room <= 0)
+        return call.Fail(ref ? ERROR_INSUFFICIENT_BUFFER : ERROR_INVALID_WINDOW_HANDLE, 0);
+    return call.Return(
+        static_cast<int>(CopyText(ref->window_class->name, static_cast<WPARAM>(room), ToLparam(buffer))));
+}
+
+namespace {
+
+// Where a number of a window is kept; null for what is no index of this window. Reads and writes of styles
+// and ids, which are narrower, go by the calls themselves.
+LONG_PTR* SlotOf(Window& window, int index) {
+    switch (index) {
+        case GWLP_USERDATA:
+            return &window.user_data;
+        case DWLP_MSGRESULT:
+            return window.is_dialog ? &window.message_result : nullptr;
+        case static_cast<int>(DWLP_USER):
+            return window.is_dialog ? &window.dialog_data : nullptr;
+        default:
+            return nullptr;
+    }
+}
+
+}  // namespace
+
+LONG_PTR GetWindowLongPtrW(HWND window, int index) {
+    Call call = Call::Infallible("GetWindowLongPtrW", window, static_cast<DWORD>(index));
+    const WindowRef ref = FindWindowRef(window);
+    if (!ref)
+        return call.Fail(ERROR_INVALID_WINDOW_HANDLE, LONG_PTR{0});
+    switch (index) {
+        case GWL_STYLE:
+            return call.Return(LONG_PTR{static_cast<LONG>(ref->style)});
+        case GWL_EXSTYLE:
+            return call.Return(LONG_PTR{static_cast<LONG>(ref->ex_style)});
+        case GWLP_ID:
+            return call.Return(LONG_PTR{ref->id});
+        case GWLP_HINSTANCE:
+            return call.Return(reinterpret_cast<LONG_PTR>(ref->instance));
+        case GWLP_HWNDPARENT:
+            return call.Return(reinterpret_cast<LONG_PTR>(ref->IsChild() ? ref->parent : ref->owner));
+        case GWLP_WNDPROC:
+            return call.Return(reinterpret_cast<LONG_PTR>(ref->procedure));
+        case static_cast<int>(DWLP_DLGPROC):
+            if (ref->is_dialog)
+                return call.Return(reinterpret_cast<LONG_PTR>(ref->dialog_procedure));
+            break;
+        default:
+            if (const LONG_PTR* const slot = SlotOf(*ref, index))
+                return call.Return(*slot);
+            break;
+    }
+    return call.Fail(ERROR_INVALID_INDEX, LONG_PTR{0});
+}
+
+LONG_PTR SetWindowLongPtrW(HWND window, int index, LONG_PTR value) {
+    Call call = Call::Infallible("SetWindowLongPtrW", window, static_cast<DWORD>(index), value);
+    const WindowRef ref = FindWindowRef(window);
+    if (!ref)
+        return call.Fail(ERROR_INVALID_WINDOW_HANDLE, LONG_PTR{0});
+    switch (index) {
+        case GWL_STYLE:
+            return call.Return(
+                LONG_PTR{static_cast<LONG>(std::exchange(ref->style, static_cast<DWORD>(value)))});
+        case GWL_EXSTYLE:
+            return call.Return(
+                LONG_PTR{static_cast<LONG>(std::exchange(ref->ex_style, static_cast<DWORD>(value)))});
+        case GWLP_ID:
+            return call.Return(LONG_PTR{std::exchange(ref->id, static_cast<int>(value))});
+        case GWLP_WNDPROC:
+            return call.Return(
+                reinterpret_cast<LONG_PTR>(std::exchange(ref->procedure, reinterpret_cast<WNDPROC>(value))));
+        case static_cast<int>(DWLP_DLGPROC):
+            if (ref->is_dialog)
+                return call.Return(reinterpret_cast<LONG_PTR>(
+                    std::exchange(ref->dialog_procedure, reinterpret_cast<DLGPROC>(value))));
+            break;
+        default:
+            if (LONG_PTR* const slot = SlotOf(*ref, index))
+                return call.Return(std::exchange(*slot, value));
+            break;
+    }
+    return call.Fail(ERROR_INVALID_INDEX, LONG_PTR{0});
+}
+
+BOOL GetClientRect(HWND window, LPRECT rect) {
+    Call call = Call::Infallible("GetClientRect", window);
+    const WindowRef ref = FindWindowRef(window);
+    if (!ref)
+        return call.Fail(ERROR_INVALID_WINDOW_HANDLE);
+    *rect = ClientRectOf(*ref);
+    return call.Return(TRUE);
+}
+
+BOOL GetWindowRect(HWND window, LPRECT rect) {
+    Call call = Call::Infallible("GetWindowRect", window);
+    const WindowRef ref = FindWindowRef(window);
+    if (!ref)
+        return call.Fail(ERROR_INVALID_WINDOW_HANDLE);
+    const POINT at = ScreenPosition(window);
+    const RECT size = ClientRectOf(*ref);
+    *rect = {at.x, at.y, at.x + size.right, at.y + size.bottom};
+    return call.Return(TRUE);
+}
+
+BOOL SetWindowPos(HWND window, HWND after, int x, int y, int width, int height, UINT flags) {
+    Call call = Call::Infallible("SetWindowPos", window, after, static_cast<DWORD>(x), static_cast<DWORD>(y),
+                                 static_cast<DWORD>(width), static_cast<DWORD>(height), flags);
+    const WindowRef ref = FindWindowRef(window);
+    if (!ref)
+        return call.Fail(ERROR_INVALID_WINDOW_HANDLE);
+    RECT& rect = ref->rect;
+    const RECT old = rect;
+    if (!(flags & SWP_NOMOVE)) {
+        rect.left = x;
+        rect.top = y;
+    }
+    const bool keep_size = (flags & SWP_NOSIZE) != 0;
+    rect.right = rect.left + (keep_size ? old.right - old.left : width);
+    rect.bottom = rect.top + (keep_size ? old.bottom - old.top : height);
+    return call.Return(TRUE);
+}
+
+BOOL InvalidateRect(HWND window, const RECT* rect, BOOL erase) {
+    Call call = Call::Infallible("InvalidateRect", window, static_cast<const void*>(rect), erase);
+    Invalidate(window);
+    return call.Return(TRUE);
+}
+
+BOOL EnumWindows(WNDENUMPROC visit, LPARAM parameter) {
+    Call call = Call::Infallible("EnumWindows");
+    return Enumerate(call, TopLevelWindows(), visit, parameter);
+}
+
+BOOL EnumThreadWindows(DWORD thread, WNDENUMPROC visit, LPARAM parameter) {
+    Call call = Call::Infallible("EnumThreadWindows", thread);
+    std::vector<HWND> windows = TopLevelWindows();
+    std::erase_if(windows, [&](HWND window) { return FindWindowRef(window)->thread != thread; });
+    return Enumerate(call, windows, visit, parameter);
+}
+
+BOOL EnumChildWindows(HWND parent, WNDENUMPROC visit, LPARAM parameter) {
+    Call call = Call::Infallible("EnumChildWindows", parent);
+    std::vector<HWND> windows;
+    CollectDescendants(parent, windows);
+    Enumerate(call, windows, visit, parameter);
+    return call.Return(TRUE);
+}
+
+DWORD GetWindowThreadProcessId(HWND window, LPDWORD process) {
+    Call call = Call::Infallible("GetWindowThreadProcessId", window);
+    const WindowRef ref = FindWindowRef(window);
+    if (!ref)
+        return call.Fail(ERROR_INVALID_WINDOW_HANDLE, DWORD{0});
+    if (process)
+        *process = ref->process;
+    return call.Return(ref->thread);
+}
+
+LRESULT SendMessageW(HWND window, UINT message, WPARAM wparam, LPARAM lparam) {
+    Call call =
+        Call::Infallible("SendMessageW", window, MessageName(window, message).c_str(), wparam, lparam);
+    if (!FindWindowRef(window))
+        return call.Fail(ERROR_INVALID_WINDOW_HANDLE, LRESULT{0});
+    return call.Return(SendFrom(call, window, message, wparam, lparam));
+}
+
+BOOL PostMessageW(HWND window, UINT message, WPARAM wparam, LPARAM lparam) {
+    Call call("PostMessageW", window, MessageName(window, message).c_str(), wparam, lparam);
+    if (call.Faulted())
+        return call.Fail(call.FaultError(ERROR_NOT_ENOUGH_MEMORY));
+    if (window && !FindWindowRef(window))
+        return call.Fail(ERROR_INVALID_WINDOW_HANDLE);
+    Post(window, message, wparam, lparam);
+    return call.Return(TRUE);
+}
+
+LRESULT DefWindowProcW(HWND window, UINT message, WPARAM wparam, LPARAM lparam) {
+    // Part of handling one message: not a call that a trace should show.
+    return DefaultProcedure(window, message, wparam, lparam);
+}
+
+LRESULT CallWindowProcW(WNDPROC procedure, HWND window, UINT message, WPARAM wparam, LPARAM lparam) {
+    return CallProcedure(procedure, window, message, wparam, lparam);
+}
+
+HWND CreateDialogParamW(HINSTANCE instance, LPCWSTR name, HWND parent, DLGPROC procedure, LPARAM parameter) {
+    Call call("CreateDialogParamW", instance, static_cast<const void*>(name), parent);
+    if (call.Faulted())
+        return call.Fail(call.FaultError(ERROR_NOT_ENOUGH_MEMORY), HWND{});
+    const std::optional<DialogTemplate> description = TemplateNamed(instance, name);
+    if (!description)
+        return call.Fail(ERROR_RESOURCE_NAME_NOT_FOUND, HWND{});
+    call.Unlock();
+    DWORD error = 0;
+    const HWND window =
+        MakeDialog(*description, {instance, parent, procedure, parameter, false, {}}, error, &call);
+    call.Relock();
+    return window ? call.Return(window) : call.Fail(error, HWND{});
+}
+
+INT_PTR DialogBoxParamW(HINSTANCE instance, LPCWSTR name, HWND parent, DLGPROC procedure, LPARAM parameter) {
+    Call call("DialogBoxParamW", instance, static_cast<const void*>(name), parent);
+    if (call.Faulted())
+        return call.Fail(call.FaultError(ERROR_NOT_ENOUGH_MEMORY), INT_PTR{-1});
+    const std::optional<DialogTemplate> description = TemplateNamed(instance, name);
+    if (!description)
+        return call.Fail(ERROR_RESOURCE_NAME_NOT_FOUND, INT_PTR{-1});
+    call.Unlock();
+    DWORD error = 0;
+    const HWND window =
+        MakeDialog(*description, {instance, parent, procedure, parameter, false, {}}, error, &call);
+    const WindowRef ref = FindWindowRef(window);
+    if (!ref) {
+        call.Relock();
+        return call.Fail(error, INT_PTR{-1});
+    }
+    Show(window, true);
+    RunModalLoop(
+        window, parent, [&] { return ref->ended; },
+        [&] {
+            ref->ended = true;
+            ref->end_result = IDCANCEL;
+        });
+    call.Relock();
+    Destroy(window, call);
+    return call.Return(ref->end_result);
+}
+
+BOOL EndDialog(HWND dialog, INT_PTR result) {
+    Call call = Call::Infallible("EndDialog", dialog, result);
+    const WindowRef ref = FindWindowRef(dialog);
+    if (!ref)
+        return call.Fail(ERROR_INVALID_WINDOW_HANDLE);
+    ref->ended = true;
+    ref->end_result = result;
+    return call.Return(TRUE);
+}
+
+HWND GetDlgItem(HWND dialog, int id) {
+    Call call("GetDlgItem", dialog, static_cast<DWORD>(id));
+    if (call.Faulted())
+        return call.Fail(call.FaultError(ERROR_CONTROL_ID_NOT_FOUND), HWND{});
+    const HWND control = ChildWithId(dialog, id);
+    return control ? call.Return(control) : call.Fail(ERROR_CONTROL_ID_NOT_FOUND, HWND{});
+}
+
+int GetDlgCtrlID(HWND window) {
+    Call call = Call::Infallible("GetDlgCtrlID", window);
+    const WindowRef ref = FindWindowRef(window);
+    return ref ? call.Return(ref->id) : call.Fail(ERROR_INVALID_WINDOW_HANDLE, 0);
+}
+
+BOOL SetDlgItemTextW(HWND dialog, int id, LPCWSTR text) {
+    Call call("SetDlgItemTextW", dialog, static_cast<DWORD>(id), text);
+    const HWND control = ChildWithId(dialog, id);
+    if (call.Faulted() || !control)
+        return call.Fail(call.FaultError(ERROR_CONTROL_ID_NOT_FOUND));
+    SendFrom(call, control, WM_SETTEXT, 0, ToLparam(text));
+    return call.Return(TRUE);
+}
+
+UINT GetDlgItemTextW(HWND dialog, int id, LPWSTR buffer, int room) {
+    Call call("GetDlgItemTextW", dialog, static_cast<DWORD>(id), room);
+    if (room > 0)
+        *buffer = u'\0';
+    const HWND control = ChildWithId(dialog, id);
+    if (call.Faulted() || !control || room <= 0)
+        return call.Fail(call.FaultError(ERROR_CONTROL_ID_NOT_FOUND), UINT{0});
+    return call.Return(
+        static_cast<UINT>(SendFrom(call, control, WM_GETTEXT, static_cast<WPARAM>(room), ToLparam(buffer))));
+}
+
+LRESULT SendDlgItemMessageW(HWND dialog, int id, UINT message, WPARAM wparam, LPARAM lparam) {
+    const HWND control = ChildWithId(dialog, id);
+    Call call = Call::Infallible("SendDlgItemMessageW", dialog, static_cast<DWORD>(id),
+                                 MessageName(control, message).c_str(), wparam, lparam);
+    return call.Return(SendFrom(call, control, message, wparam, lparam));
+}
+
+BOOL CheckDlgButton(HWND dialog, int id, UINT check) {
+    Call call = Call::Infallible("CheckDlgButton", dialog, static_cast<DWORD>(id), check);
+    const HWND control = ChildWithId(dialog, id);
+    if (!control)
+        return call.Fail(ERROR_CONTROL_ID_NOT_FOUND);
+    SendFrom(call, control, BM_SETCHECK, check, 0);
+    return call.Return(TRUE);
+}
+
+UINT IsDlgButtonChecked(HWND dialog, int id) {
+    Call call = Call::Infallible("IsDlgButtonChecked", dialog, static_cast<DWORD>(id));
+    const HWND control = ChildWithId(dialog, id);
+    if (!control)
+        return call.Fail(ERROR_CONTROL_ID_NOT_FOUND, UINT{0});
+    return call.Return(static_cast<UINT>(SendFrom(call, control, BM_GETCHECK, 0, 0)));
+}
+
+BOOL MapDialogRect(HWND dialog, LPRECT rect) {
+    Call call = Call::Infallible("MapDialogRect", dialog);
+    *rect = UnitsToPixels(*rect);
+    return call.Return(TRUE);
+}
+
+BOOL GetComboBoxInfo(HWND box, PCOMBOBOXINFO info) {
+    Call call("GetComboBoxInfo", box);
+    if (call.Faulted())
+        return call.Fail(call.FaultError(ERROR_INVALID_PARAMETER));
+    return SendFrom(call, box, CB_GETCOMBOBOXINFO, 0, ToLparam(info)) != FALSE
+               ? call.Return(TRUE)
+               : call.Fail(ERROR_INVALID_PARAMETER);
+}
+
+HICON LoadIconW(HINSTANCE instance, LPCWSTR name) {
+    Call call("LoadIconW", instance, static_cast<const void*>(name));
+    if (call.Faulted() || (instance && FindModuleResource(instance, name, RT_GROUP_ICON).empty()))
+        return call.Fail(call.FaultError(ERROR_RESOURCE_NAME_NOT_FOUND), HICON{});
+    // Shared by everybody who loads it, and not to be destroyed: the name itself stands for it.
+    return call.Return(reinterpret_cast<HICON>(reinterpret_cast<ULONG_PTR>(name)));
+}
+
+HCURSOR LoadCursorW(HINSTANCE instance, LPCWSTR name) {
+    Call call("LoadCursorW", instance, static_cast<const void*>(name));
+    if (call.Faulted())
+        return call.Fail(call.FaultError(ERROR_RESOURCE_NAME_NOT_FOUND), HCURSOR{});
+    return call.Return(reinterpret_cast<HCURSOR>(reinterpret_cast<ULONG_PTR>(name)));
+}
+
+HCURSOR SetCursor(HCURSOR cursor) {
+    Call call = Call::Infallible("SetCursor", cursor);
+    thread_local HCURSOR current = nullptr;
+    return call.Return(std::exchange(current, cursor));
+}
+
+}  // namespace qxsim
