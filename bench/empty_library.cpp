@@ -1,0 +1,2 @@
+// Holds nothing: what the loader itself costs.
+extern "C" __attribute__((visibility("default"))) void Nothing() {}
