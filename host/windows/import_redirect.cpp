@@ -2,6 +2,7 @@
 
 #include <winternl.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <utility>
 
@@ -34,6 +35,26 @@ void Store(IMAGE_THUNK_DATA* slot, void* function) {
         return;
     slot->u1.Function = reinterpret_cast<std::uintptr_t>(function);
     VirtualProtect(slot, sizeof(*slot), protection, &protection);
+}
+
+// Calls `visit` for every function that is imported by name, with its slot in the import table. One system
+// library may have several descriptors, and a function may come from any of several libraries: so all are
+// walked.
+template <typename Visitor>
+void ForEachImport(HMODULE module, const Visitor& visit) {
+    const auto* const head =
+        At<IMAGE_NT_HEADERS>(module, static_cast<std::uintptr_t>(At<IMAGE_DOS_HEADER>(module, 0)->e_lfanew));
+    const DWORD imports = head->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT].VirtualAddress;
+    if (imports == 0)
+        return;
+    for (auto* from = At<IMAGE_IMPORT_DESCRIPTOR>(module, imports); from->Name != 0; ++from) {
+        const auto* name = At<IMAGE_THUNK_DATA>(module, from->OriginalFirstThunk);
+        auto* slot = At<IMAGE_THUNK_DATA>(module, from->FirstThunk);
+        for (; name->u1.AddressOfData != 0; ++name, ++slot) {
+            if (!IMAGE_SNAP_BY_ORDINAL(name->u1.Ordinal))
+                visit(At<IMAGE_IMPORT_BY_NAME>(module, name->u1.AddressOfData)->Name, slot);
+        }
+    }
 }
 
 }  // namespace
@@ -97,26 +118,20 @@ FARPROC WINAPI ImportRedirection::FindProcedure(HMODULE module, LPCSTR name) {
 void ImportRedirection::Patch(HMODULE module) {
     redirected_.clear();
     left_.clear();
-    const auto* const head =
-        At<IMAGE_NT_HEADERS>(module, static_cast<std::uintptr_t>(At<IMAGE_DOS_HEADER>(module, 0)->e_lfanew));
-    const DWORD imports = head->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT].VirtualAddress;
-    if (imports == 0)
-        return;
-    // One system library may have several descriptors, and a function may come from any of several libraries:
-    // so all are walked, and names alone decide.
-    for (auto* from = At<IMAGE_IMPORT_DESCRIPTOR>(module, imports); from->Name != 0; ++from) {
-        const auto* name = At<IMAGE_THUNK_DATA>(module, from->OriginalFirstThunk);
-        auto* slot = At<IMAGE_THUNK_DATA>(module, from->FirstThunk);
-        for (; name->u1.AddressOfData != 0; ++name, ++slot) {
-            if (IMAGE_SNAP_BY_ORDINAL(name->u1.Ordinal))
-                continue;
-            const char* const text = At<IMAGE_IMPORT_BY_NAME>(module, name->u1.AddressOfData)->Name;
-            void* const function = Find(text);
-            if (function != nullptr)
-                Store(slot, function);
-            (function != nullptr ? redirected_ : left_).emplace_back(text);
-        }
-    }
+    ForEachImport(module, [this](const char* name, IMAGE_THUNK_DATA* slot) {
+        void* const function = Find(name);
+        if (function != nullptr)
+            Store(slot, function);
+        (function != nullptr ? redirected_ : left_).emplace_back(name);
+    });
+}
+
+void ImportRedirection::PatchOnly(HMODULE module, const std::vector<std::string>& names) const {
+    ForEachImport(module, [&](const char* name, IMAGE_THUNK_DATA* slot) {
+        void* const function = Find(name);
+        if (function != nullptr && std::find(names.begin(), names.end(), name) != names.end())
+            Store(slot, function);
+    });
 }
 
 }  // namespace qxhost

@@ -24,6 +24,10 @@ class ImportRedirection {
     ImportRedirection(const ImportRedirection&) = delete;
     ImportRedirection& operator=(const ImportRedirection&) = delete;
 
+    // Redirects what a module that is loaded already (this program, for one) imports, for `names` alone: what
+    // the module is loaded with cannot be given up for all it imports.
+    void PatchOnly(HMODULE module, const std::vector<std::string>& names) const;
+
     // `function` must have the signature and calling convention of the system's function of that name.
     void Answer(const char* name, void* function);
     [[nodiscard]] void* Find(std::string_view name) const;

@@ -2,8 +2,10 @@
 
 #include <commctrl.h>
 
+#include <algorithm>
 #include <cwchar>
 #include <string>
+#include <vector>
 
 namespace qxhost {
 
@@ -52,11 +54,18 @@ HWND VisibleTip() {
 bool PictureOf(HWND window, const std::filesystem::path& file) {
     EnumThreadWindows(GetCurrentThreadId(), Redraw, 0);
     Idle(150);
-    // Windows may lie anywhere on the one display; the picture is cut out of that.
+    // Windows may lie anywhere on the one display; the picture is cut out of that. A tip belongs to it.
     std::wstring crop;
     if (window != nullptr) {
         RECT r;
+        RECT tip_place;
         GetWindowRect(window, &r);
+        if (const HWND tip = VisibleTip(); tip != nullptr && GetWindowRect(tip, &tip_place)) {
+            const RECT both = r;
+            UnionRect(&r, &both, &tip_place);
+        }
+        r.left = std::max<LONG>(r.left, 0);
+        r.top = std::max<LONG>(r.top, 0);
         crop = L" -crop " + std::to_wstring(r.right - r.left) + L"x" + std::to_wstring(r.bottom - r.top) +
                L"+" + std::to_wstring(r.left) + L"+" + std::to_wstring(r.top) + L" +repage";
     }
@@ -86,7 +95,8 @@ bool PictureOf(HWND window, const std::filesystem::path& file) {
     return result == 0 && std::filesystem::exists(whole, ignored);
 }
 
-std::wstring RestPointerOn(HWND control) {
+Tip RestPointerOn(HWND control) {
+    MovePointerAway();
     RECT r;
     GetWindowRect(control, &r);
     const int x = r.left + (r.right - r.left) / 3;
@@ -95,25 +105,28 @@ std::wstring RestPointerOn(HWND control) {
     SetCursorPos(x, y);
     Idle(100);
     SetCursorPos(x + 1, y);
-    HWND tip = nullptr;
-    for (int wait = 0; wait < 30 && (tip = VisibleTip()) == nullptr; ++wait)
+    HWND window = nullptr;
+    for (int wait = 0; wait < 30 && (window = VisibleTip()) == nullptr; ++wait)
         Idle(100);
-    if (tip == nullptr)
-        return {};
-    std::wstring text(1024, L'\0');
-    const int length = GetWindowTextW(tip, text.data(), static_cast<int>(text.size()));
-    text.resize(static_cast<std::size_t>(length > 0 ? length : 0));
-    if (text.empty()) {
-        text.resize(1024);
-        TTTOOLINFOW tool = {};
-        tool.cbSize = sizeof(tool);
-        if (SendMessageW(tip, TTM_GETCURRENTTOOLW, 0, reinterpret_cast<LPARAM>(&tool)) != 0) {
-            tool.lpszText = text.data();
-            SendMessageW(tip, TTM_GETTEXTW, text.size(), reinterpret_cast<LPARAM>(&tool));
-        }
-        text.resize(wcslen(text.c_str()));
+    Tip tip;
+    if (window == nullptr)
+        return tip;
+    WCHAR title[128] = L"";
+    TTGETTITLE ask = {};
+    ask.dwSize = sizeof(ask);
+    ask.pszTitle = title;
+    ask.cch = 128;
+    SendMessageW(window, TTM_GETTITLE, 0, reinterpret_cast<LPARAM>(&ask));
+    tip.title = title;
+    std::vector<WCHAR> text(2048, L'\0');
+    TTTOOLINFOW tool = {};
+    tool.cbSize = sizeof(tool);
+    if (SendMessageW(window, TTM_GETCURRENTTOOLW, 0, reinterpret_cast<LPARAM>(&tool)) != 0) {
+        tool.lpszText = text.data();
+        SendMessageW(window, TTM_GETTEXTW, text.size(), reinterpret_cast<LPARAM>(&tool));
     }
-    return text;
+    tip.text = text.data();
+    return tip;
 }
 
 void MovePointerAway() {

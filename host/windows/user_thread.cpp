@@ -13,6 +13,7 @@ namespace {
 constexpr UINT kStep = WM_APP;
 constexpr UINT kBarrier = WM_APP + 1;
 constexpr DWORD kPatienceMilliseconds = 30'000;
+constexpr int kMostClosings = 200;
 constexpr WCHAR kClassName[] = L"QxHostUser";
 
 // A window without a face on the thread of the dialogs. Steps are posted to it, so they run when the thread
@@ -68,12 +69,18 @@ LRESULT CALLBACK OnMessage(HWND window, UINT message, WPARAM wparam, LPARAM lpar
 }
 
 void PostSteps(User& user) {
+    int closings = 0;
     while (!user.ended) {
         ResetEvent(user.passed);
         PostMessageW(user.window, kStep, 0, 0);
         PostMessageW(user.window, kBarrier, 0, 0);
         if (WaitForSingleObject(user.passed, kPatienceMilliseconds) != WAIT_OBJECT_0) {
             std::fprintf(stderr, "the dialogs have not answered for %lu ms\n", kPatienceMilliseconds);
+            std::fflush(nullptr);
+            TerminateProcess(GetCurrentProcess(), 3);
+        }
+        if (user.finished && ++closings > kMostClosings) {
+            std::fprintf(stderr, "a dialog does not close\n");
             std::fflush(nullptr);
             TerminateProcess(GetCurrentProcess(), 3);
         }
