@@ -165,17 +165,19 @@ std::optional<DriverRequest> RequestOf(DWORD code) {
 
 constexpr std::size_t kHeaderSize = 8;
 
-DWORD TakeWrite(Call& call, ControlDevice& control, std::uint32_t selector, const Bytes& input) {
+DWORD TakeWrite(Call& call, Device& device, std::uint32_t selector, const Bytes& input) {
     PortSettings port;
     BusSettings bus;
     const StreamReader reader(input, kHeaderSize);
     if (selector == 0 ? !Take(reader, port) : !Take(reader, bus))
         return ERROR_INVALID_PARAMETER;
     call.Changing();
-    if (selector == 0)
-        control.settings = port;
-    else
-        control.bus = bus;
+    if (selector == 0) {
+        device.control->settings = port;
+        Machine::Current().StoreSettings(device);
+    } else {
+        device.control->bus = bus;
+    }
     return ERROR_SUCCESS;
 }
 
@@ -221,7 +223,7 @@ DWORD AnswerDriverRequest(Call& call, Device& device, DWORD code, const Bytes& i
     if (behaviour.refuse)
         return *behaviour.refuse;
     if (*request == DriverRequest::Write)
-        return TakeWrite(call, control, selector, input);
+        return TakeWrite(call, device, selector, input);
 
     const bool defaults = *request == DriverRequest::DefaultsSize || *request == DriverRequest::Defaults;
     Bytes answer = selector == 0 ? StreamOf(defaults ? control.defaults : control.settings)

@@ -18,7 +18,14 @@
 #include <type_traits>
 #include <vector>
 
-namespace qxsim {
+// The computer is a shared library of its own, which the tests and the host program look into.
+#ifdef _WIN32
+#define QX_SIMULATOR_API
+#else
+#define QX_SIMULATOR_API __attribute__((visibility("default")))
+#endif
+
+namespace qxsim QX_SIMULATOR_API {
 
 using WideString = std::basic_string<WCHAR>;
 using WideView = std::basic_string_view<WCHAR>;

@@ -80,6 +80,16 @@ WideString PortNameOf(const Machine& machine, const Device& device) {
     return value != nullptr ? BytesText(value->data) : WideString();
 }
 
+const WideString& SettingName(std::size_t place) {
+    static const std::vector<WideString> names = [] {
+        std::vector<WideString> wide;
+        for (const char* name : PortSettingNames())
+            wide.push_back(ToWide(name));
+        return wide;
+    }();
+    return names[place];
+}
+
 Machine* current_machine = nullptr;
 
 }  // namespace
@@ -552,6 +562,30 @@ DEVINST Machine::AddDevice(DEVINST parent, const DeviceSpec& spec) {
     return node;
 }
 
+void Machine::StoreSettings(const Device& device) {
+    const std::shared_ptr<RegistryKey> key = HardwareKey(device);
+    if (!key || !device.control)
+        return;
+    for (std::size_t at = 0; at < kPortSettingCount; ++at) {
+        const std::uint32_t value = device.control->settings.values[at];
+        const WideString& name = SettingName(at);
+        if (value != device.control->defaults.values[at] || key->Find(name) != nullptr)
+            key->Set(name, REG_DWORD, DwordBytes(value));
+    }
+}
+
+void Machine::TakeStoredSettings(Device& device) const {
+    const std::shared_ptr<RegistryKey> key = HardwareKey(device);
+    if (!key || !device.control)
+        return;
+    for (std::size_t at = 0; at < kPortSettingCount; ++at) {
+        const std::string_view name = PortSettingNames()[at];
+        const RegistryValue* value = name.starts_with("Supported") ? nullptr : key->Find(SettingName(at));
+        if (value != nullptr && value->type == REG_DWORD && value->data.size() == sizeof(std::uint32_t))
+            std::memcpy(&device.control->settings.values[at], value->data.data(), sizeof(std::uint32_t));
+    }
+}
+
 bool Machine::Present(const Device& device) const {
     if (device.node == kRoot)
         return true;
@@ -565,6 +599,7 @@ void Machine::Start(Device& device) {
     if (device.problem != 0 || !Present(device))
         return;
     device.started = true;
+    TakeStoredSettings(device);
     if (IsPort(device) && !device.kernel_path.empty()) {
         const WideString name = PortNameOf(*this, device);
         // Another driver that defined the name first keeps it: the port then runs, but without a name.

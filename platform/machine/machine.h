@@ -31,7 +31,7 @@
 #include <setupapi.h>
 #include <cfgmgr32.h>
 
-namespace qxsim {
+namespace qxsim QX_SIMULATOR_API {
 
 // --- text that the platform compares without regard to case
 // -------------------------------------------------
@@ -306,6 +306,10 @@ class Machine : public MachineState {
     // Adds the device last among its parent's children and, when the spec says so, starts it. Throws
     // std::invalid_argument for an id that is taken.
     DEVINST AddDevice(DEVINST parent, const DeviceSpec& spec);
+    // As a port driver does when it is given settings: what differs from its defaults is kept in the hardware
+    // key, as numbers under the settings' names. Its start takes them from there (all but the "Supported"
+    // ones, which it knows).
+    void StoreSettings(const Device& device);
     // In the device tree now: plugged in, and everything above it started.
     [[nodiscard]] bool Present(const Device& device) const;
     // As a driver's start and stop: a port defines or drops its DOS name and SERIALCOMM entry; children
@@ -380,6 +384,7 @@ class Machine : public MachineState {
   private:
     friend class CurrentMachine;
     void Boot();
+    void TakeStoredSettings(Device& device) const;
     std::unique_ptr<Handles> handles_;
     std::map<DEVINST, unsigned> reenumerations_;
     friend void CountReenumeration(Machine&, DEVINST);
@@ -404,4 +409,4 @@ class CurrentMachine {
 inline constexpr const char* kSerialCommPath = "Hardware\\DeviceMap\\SERIALCOMM";
 inline constexpr const char* kPortsPath = "SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion\\Ports";
 
-}  // namespace qxsim
+}  // namespace QX_SIMULATOR_API

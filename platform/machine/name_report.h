@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-namespace qxsim {
+namespace qxsim QX_SIMULATOR_API {
 
 // The places, in the order in which they are reported.
 enum class NamePlace { kPortName, kClaim, kDosName, kSerialComm, kFriendlyName };
