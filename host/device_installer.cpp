@@ -74,7 +74,7 @@ bool Ours(const qxsim::Machine& machine, const Device& device) {
     for (const Device* up = &device; up != nullptr && up->node > qxsim::Machine::kRoot;
          up = machine.Node(up->parent)) {
         const std::string id = ToUtf8(qxsim::UpperCase(up->id));
-        if (id.find("VID_0F7A") != std::string::npos || id.find("VEN_0F7A") != std::string::npos ||
+        if (id.find("VID_0F7A") != std::string::npos || id.find("VEN_1F7A") != std::string::npos ||
             id.starts_with("QX"))
             return true;
     }

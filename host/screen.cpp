@@ -155,7 +155,9 @@ void DescribeControls(HWND window, std::vector<std::string>& lines) {
                                     : text);
             continue;
         }
-        if ((kind == Kind::kLabel || kind == Kind::kOther) && !HasText(TextOf(control)))
+        const bool silent = kind == Kind::kLabel || kind == Kind::kGroup || kind == Kind::kOther;
+        const bool ornament = kind == Kind::kPicture && GetDlgCtrlID(control) <= 0;
+        if ((silent && !HasText(TextOf(control))) || ornament)
             continue;
         Placed placed{control, kind, {}};
         GetWindowRect(control, &placed.place);

@@ -168,6 +168,18 @@ bool NamesOthers(Kind kind) {
     return kind == Kind::kLabel || kind == Kind::kRadio || kind == Kind::kGroup || kind == Kind::kCheckBox;
 }
 
+// In the same row, to the right.
+bool StandsBeside(HWND control, HWND label) {
+    RECT own{};
+    RECT other{};
+    if (GetParent(control) != GetParent(label) || !GetWindowRect(control, &own) ||
+        !GetWindowRect(label, &other))
+        return false;
+    const LONG height = other.bottom - other.top;
+    const LONG middle = other.top + height / 2;
+    return own.left > other.left && middle >= own.top && middle < std::min(own.bottom, own.top + 2 * height);
+}
+
 // The control of a kind that a user means by `name`: one that shows the name itself, or the one that follows
 // the label with that name. A name is compared whole first, then as a beginning.
 HWND FindOrNull(const std::string& name, KindTest wanted, int nth = 1) {
@@ -193,11 +205,17 @@ HWND FindOrNull(const std::string& name, KindTest wanted, int nth = 1) {
         for (auto at = controls.begin(); at != controls.end(); ++at) {
             if (!NamesOthers(screen::KindOf(*at)) || !named(*at))
                 continue;
-            const auto next = std::find_if(at + 1, controls.end(), [&](HWND control) {
+            const auto fits = [&](HWND control) {
                 const Kind kind = screen::KindOf(control);
                 // A check box with a text of its own needs no label.
                 return wanted(kind) && (kind != Kind::kCheckBox || Spoken(screen::TextOf(control)).empty());
+            };
+            // What stands beside the label is meant before what only comes next.
+            auto next = std::find_if(at + 1, controls.end(), [&](HWND control) {
+                return fits(control) && StandsBeside(control, *at);
             });
+            if (next == controls.end())
+                next = std::find_if(at + 1, controls.end(), fits);
             if (next != controls.end() && --left == 0)
                 return *next;
         }

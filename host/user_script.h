@@ -1,6 +1,6 @@
 // User scripts: what a user does at a dialog and expects to see there, written down in words.
 //
-//     machine: four-port-usb.json
+//     machine: usb-four-port.json
 //     port: COM5
 //     select "Baud Rate" 115200; check "Override" 1
 //     press OK

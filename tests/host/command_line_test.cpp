@@ -1,0 +1,243 @@
+// The host program as its users run it: what it prints, how it ends, and what it leaves in the machine file.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <nlohmann/json.hpp>
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <ostream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace {
+
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::Not;
+
+struct Outcome {
+    int code = -1;
+    std::string out;  // standard output and error
+};
+
+class CommandLine : public testing::Test {
+  public:
+    void SetUp() override {
+        std::string name = (std::filesystem::temp_directory_path() / "qxhost-XXXXXX").string();
+        ASSERT_NE(mkdtemp(name.data()), nullptr);
+        folder_ = name;
+        std::filesystem::copy(QX_EXAMPLES, folder_, std::filesystem::copy_options::recursive);
+    }
+    void TearDown() override { std::filesystem::remove_all(folder_); }
+
+    // Runs a shell command in the folder of the machines; %Q stands for the program.
+    Outcome Shell(std::string command) {
+        for (std::size_t at = 0; (at = command.find("%Q", at)) != std::string::npos;)
+            command.replace(at, 2, QXHOST);
+        command = "cd '" + folder_.string() + "' && { " + command + "; } 2>&1 </dev/null";
+        Outcome outcome;
+        FILE* const pipe = popen(command.c_str(), "r");
+        std::array<char, 4096> buffer{};
+        while (const std::size_t got = fread(buffer.data(), 1, buffer.size(), pipe))
+            outcome.out.append(buffer.data(), got);
+        const int status = pclose(pipe);
+        outcome.code = WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
+        return outcome;
+    }
+    Outcome Host(const std::string& arguments) { return Shell("%Q " + arguments); }
+
+    std::string Read(const std::string& file) {
+        std::ifstream in(folder_ / file, std::ios::binary);
+        return {std::istreambuf_iterator<char>(in), {}};
+    }
+    void Write(const std::string& file, const std::string& text) {
+        std::ofstream(folder_ / file, std::ios::binary) << text;
+    }
+
+    nlohmann::json Settings(const std::string& port) {
+        return nlohmann::json::parse(Host("usb-four-port.json settings " + port + " --json").out);
+    }
+    static std::uint32_t Value(const nlohmann::json& settings, const std::string& name) {
+        for (const char* const set : {"portSettings", "busSettings"})
+            for (const auto& entry : settings.at(set))
+                if (entry.at("name") == name)
+                    return entry.at("value");
+        ADD_FAILURE() << "no setting " << name;
+        return 0;
+    }
+
+  private:
+    std::filesystem::path folder_;
+};
+
+struct Case {
+    std::string arguments;
+    int code;
+    std::vector<std::string> says;
+};
+
+TEST_F(CommandLine, RefusesWhatMakesNoSenseAndSaysWhatWould) {
+    const std::vector<Case> cases{
+        {"--help", 0, {"ports", "settings", "reinstall", "properties", "Exit codes"}},
+        {"settings --help", 0, {"--dry-run"}},
+        {"", 2, {"--help"}},
+        {"usb-four-port.json", 2, {"command"}},
+        {"usb-four-port.json nonsense", 2, {}},
+        {"usb-four-port.json settings", 2, {"PORT"}},
+        {"usb-four-port.json settings COM5 --json --set Baudrate=9600", 2, {"--set"}},
+        {"usb-four-port.json settings COM5 --dry-run", 2, {"--set"}},
+        {"missing.json ports", 3, {"missing.json"}},
+        {"usb-four-port.json settings COM99", 4, {"COM99", "COM5", "COM6"}},
+        {"usb-four-port.json reinstall nothing-like-it", 4, {"nothing-like-it", "USB\\VID_0F7A"}},
+        {"usb-four-port.json reinstall PID_1104 --os six", 2, {"six", "6.1"}},
+        {"usb-four-port.json reinstall PID_1104 --answer perhaps", 2, {"answer"}},
+        {"usb-four-port.json reinstall COM5", 2, {"no adapter"}},
+        {"usb-four-port.json properties COM5 --do 'jump \"OK\"'", 2, {"line 1", "jump"}},
+        {"usb-four-port.json properties COM5 --do 'press \"OK'", 2, {"quote"}},
+        {"usb-four-port.json properties COM5 --script none.script", 2, {"none.script"}},
+        {"--script-suite . ports", 2, {}},
+        {"usb-four-port.json settings COM5 --set Baudrate", 2, {"NAME=VALUE"}},
+        {"usb-four-port.json settings COM5 --set Speed=1", 2, {"Speed", "Baudrate", "MaximumLatency"}},
+        {"usb-four-port.json settings COM5 --set Parity=sideways",
+         2,
+         {"none", "odd", "even", "mark", "space"}},
+        {"usb-four-port.json settings COM5 --set Databits=9", 2, {"5, 6, 7, 8"}},
+        {"usb-four-port.json settings COM5 --set Baudrate=4294967297", 2, {"bits per second"}},
+        {"usb-four-port.json settings COM5 --set LogLevel=-1", 2, {"4294967295"}},
+    };
+    const std::string before = Read("usb-four-port.json");
+    for (const Case& each : cases) {
+        const Outcome outcome = Host(each.arguments);
+        EXPECT_EQ(outcome.code, each.code) << each.arguments << '\n' << outcome.out;
+        for (const std::string& part : each.says)
+            EXPECT_THAT(outcome.out, HasSubstr(part)) << each.arguments;
+    }
+    EXPECT_EQ(Read("usb-four-port.json"), before);
+}
+
+TEST_F(CommandLine, NamesTheLineAndTheKeyThatIsWrongInAMachineFile) {
+    const std::string good = Read("usb-four-port.json");
+    Write("cut.json", good.substr(0, good.size() / 2));
+    Write("empty.json", "");
+    Write("wrong.json", "{\n \"devices\": [\n  {\"id\": 7}\n ]\n}\n");
+    for (const char* const file : {"cut.json", "empty.json", "wrong.json"}) {
+        const Outcome outcome = Host(std::string(file) + " ports");
+        EXPECT_EQ(outcome.code, 3) << file;
+        EXPECT_THAT(outcome.out, AllOf(HasSubstr(file), HasSubstr("line"))) << file;
+    }
+    EXPECT_THAT(Host("wrong.json ports").out, HasSubstr("id"));
+}
+
+TEST_F(CommandLine, ShowsAndChangesSettingsAcrossProcesses) {
+    EXPECT_THAT(Host("usb-four-port.json ports").out,
+                AllOf(HasSubstr("COM5"), HasSubstr("qxgendrv_"), HasSubstr("ordinary")));
+    const nlohmann::json fresh = Settings("COM5");
+    EXPECT_EQ(fresh.at("portSettings").size(), 33U);
+    EXPECT_EQ(fresh.at("busSettings").size(), 14U);
+
+    const std::string before = Read("usb-four-port.json");
+    // The header, and the number of the new baud rate in the stream's byte order.
+    const Outcome dry = Host("usb-four-port.json settings COM5 --set Baudrate=115200 --dry-run");
+    EXPECT_EQ(dry.code, 0);
+    EXPECT_THAT(dry.out, AllOf(HasSubstr("140 bytes"), HasSubstr("0000  00 00 00 00 ff ff ff ff"),
+                               HasSubstr("00 c2 01 00")));
+    EXPECT_EQ(Read("usb-four-port.json"), before);
+
+    EXPECT_EQ(
+        Host("usb-four-port.json settings COM5 --set Baudrate=115200 --set Parity=even --set Databits=7 "
+             "--set Stopbits=2 --set FlowControl=Xon/Xoff --set OverrideParity=on --set MaximumLatency=33")
+            .code,
+        0);
+    const nlohmann::json changed = Settings("COM5");
+    EXPECT_EQ(Value(changed, "Baudrate"), 115200U);
+    EXPECT_EQ(Value(changed, "Parity"), 2U);
+    EXPECT_EQ(Value(changed, "Databits"), 2U);
+    EXPECT_EQ(Value(changed, "Stopbits"), 2U);
+    EXPECT_EQ(Value(changed, "FlowControl"), 4U);
+    EXPECT_EQ(Value(changed, "OverrideParity"), 1U);
+    EXPECT_EQ(Value(changed, "MaximumLatency"), 33U);
+    EXPECT_EQ(Settings("COM6"), [&] {
+        nlohmann::json other = Settings("COM6");
+        return other;
+    }());
+    EXPECT_THAT(Host("usb-four-port.json settings COM5").out,
+                AllOf(HasSubstr("even parity"), HasSubstr("7 bits"), HasSubstr("Xon/Xoff"),
+                      HasSubstr("115200 bits per second")));
+    EXPECT_NE(Host("usb-four-port.json settings COM5 --defaults").out,
+              Host("usb-four-port.json settings COM5").out);
+}
+
+TEST_F(CommandLine, LeavesTheOldFileWholeWhenTheNewOneCannotBeWritten) {
+    const std::string before = Read("usb-four-port.json");
+    ASSERT_GT(before.size(), 4096U);
+    // No file may grow beyond 2 KiB: once the program hears of it as an error, once it is ended by it.
+    for (const char* const limit : {"trap '' XFSZ; ulimit -f 4; ", "ulimit -f 4; "}) {
+        const Outcome outcome =
+            Shell(std::string(limit) + "%Q usb-four-port.json settings COM5 --set Baudrate=19200");
+        EXPECT_NE(outcome.code, 0) << outcome.out;
+        EXPECT_EQ(Read("usb-four-port.json"), before);
+    }
+    EXPECT_THAT(Shell("trap '' XFSZ; ulimit -f 4; %Q usb-four-port.json settings COM5 --set Baudrate=19200"),
+                testing::Field(&Outcome::code, 3));
+}
+
+TEST_F(CommandLine, ReinstallsAnAdapterAndGivesItsPortsTheirNamesBack) {
+    const std::string ports = Host("usb-four-port.json ports").out;
+    EXPECT_EQ(Host("usb-four-port.json names").code, 0);
+    const Outcome reinstalled = Host("usb-four-port.json reinstall PID_1104 --answer no");
+    EXPECT_EQ(reinstalled.code, 0) << reinstalled.out;
+    EXPECT_THAT(reinstalled.out,
+                AllOf(HasSubstr("DIF_INSTALLDEVICE"), HasSubstr("ERROR_DI_POSTPROCESSING_REQUIRED"),
+                      HasSubstr("(saved)"), HasSubstr("next free name")));
+    EXPECT_EQ(Host("usb-four-port.json names").code, 0);
+    for (const char* const name : {"COM5", "COM6", "COM7", "COM8"})
+        if (ports.find(name) != std::string::npos)
+            EXPECT_THAT(Host("usb-four-port.json ports").out, HasSubstr(name));
+    // A failed installation is handed back as it came.
+    const Outcome failed = Host("usb-four-port.json reinstall PID_1104 --result 0xE0000203");
+    EXPECT_EQ(failed.code, 1);
+    EXPECT_THAT(failed.out, HasSubstr("error 0xE0000203"));
+}
+
+TEST_F(CommandLine, RemovesAPortAndGivesItsNumberBack) {
+    const Outcome removed = Host("usb-four-port.json remove COM6 --trace");
+    EXPECT_EQ(removed.code, 0) << removed.out;
+    EXPECT_THAT(removed.out, AllOf(HasSubstr("DIF_REMOVE"), HasSubstr("ComDBReleasePort")));
+    EXPECT_THAT(Host("usb-four-port.json ports").out, Not(HasSubstr("COM6 ")));
+    EXPECT_EQ(Host("usb-four-port.json names").code, 0);
+}
+
+TEST_F(CommandLine, ShowsThePageAndStoresOnlyWhatWasConfirmed) {
+    const Outcome shown = Host("usb-four-port.json properties COM5 --picture page.svg");
+    EXPECT_EQ(shown.code, 0) << shown.out;
+    EXPECT_THAT(shown.out, AllOf(HasSubstr("Properties]  *Port Settings*"), HasSubstr("Baud Rate"),
+                                 HasSubstr("[ ] Override"), HasSubstr("choices: "), HasSubstr("hidden: "),
+                                 HasSubstr("< Advanced... >")));
+    EXPECT_THAT(Read("page.svg"), AllOf(HasSubstr("<svg"), HasSubstr("Baud Rate")));
+
+    const std::string before = Read("usb-four-port.json");
+    const Outcome cancelled =
+        Host("usb-four-port.json properties COM5 --do 'check \"Override\" 1; press Cancel'");
+    EXPECT_EQ(cancelled.code, 0) << cancelled.out;
+    EXPECT_EQ(Value(Settings("COM5"), "OverridBaudRates"), 0U);
+    for (const char* const unfinished : {"check \"Override\" 1", "check \"Override\" 1; press OK; press OK",
+                                         "check \"Overwrite\" 1; press OK"}) {
+        const Outcome outcome =
+            Host("usb-four-port.json properties COM5 --do '" + std::string(unfinished) + "'");
+        EXPECT_EQ(outcome.code, 1) << outcome.out;
+    }
+    EXPECT_EQ(Value(Settings("COM5"), "OverridBaudRates"), 0U);
+    EXPECT_EQ(Host("usb-four-port.json properties COM5 --quiet --do 'check \"Override\" 1; press OK'").code,
+              0);
+    EXPECT_EQ(Value(Settings("COM5"), "OverridBaudRates"), 1U);
+}
+
+}  // namespace
