@@ -1,0 +1,345 @@
+// The channel to a port's driver: what it asks, what it makes of the answers, and that it leaves nothing
+// behind.
+#include "tests/support/machine_fixture.h"
+
+#include "driver_access/bus_parameters.h"
+#include "driver_access/parent_device.h"
+#include "driver_access/user_mode_config.h"
+#include "driver_access/vcp_parameters.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <memory>
+#include <new>
+
+namespace {
+
+using qx::CQxSetupDi_ParentDevice;
+using qx::CQxUBusUserModeInterface;
+using qx::CQxUserModeConfig;
+using qx::CQxUVcpUserModeInterface;
+using qx::Text;
+using qxsim::Bytes;
+using qxsim::DriverRequest;
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+constexpr const char* kAdapter = "USB\\VID_0F7A&PID_2104\\A1";
+constexpr const char* kPort = "QXBUS\\PORT1\\7&1&0&0000";
+constexpr const char* kOtherPort = "QXBUS\\PORT2\\7&1&0&0001";
+
+class Channel : public qxtest::MachineTest {
+  protected:
+    void SetUp() override {
+        MachineTest::SetUp();
+        qxsim::DeviceSpec adapter;
+        adapter.id = kAdapter;
+        adapter.setup_class = "USB";
+        const DEVINST node = machine().AddDevice(qxsim::Machine::kRoot, adapter);
+        for (const auto& [id, name] : {std::pair{kOtherPort, "COM4"}, std::pair{kPort, "COM5"}}) {
+            qxsim::DeviceSpec port;
+            port.id = id;
+            port.port = name;
+            machine().AddDevice(node, port);
+        }
+        Driver().settings["Baudrate"] = 38400;
+        Driver().defaults["Baudrate"] = 9600;
+        Driver().bus["USB_LatencyTimer"] = 7;
+        Driver().bus.interface_type = "USB 2.0";
+    }
+
+    qxsim::ControlDevice& Driver(const char* port = kPort) { return *Dev(port).control; }
+    void Misbehave(DriverRequest request, qxsim::Misbehaviour how, DWORD selector = 0) {
+        Driver().misbehaviour[{request, selector}] = std::move(how);
+    }
+
+    // The port's channel, found.
+    struct Found {
+        explicit Found(const Handed& handed) : channel(handed.set, handed.element) {
+            EXPECT_TRUE(channel.FindInterface());
+        }
+        CQxUserModeConfig channel;
+    };
+
+    // The calls since `from`, by name.
+    std::vector<std::string> CallsSince(std::size_t from) {
+        std::vector<std::string> names;
+        const auto trace = instruments().Trace();
+        for (std::size_t i = from; i < trace.size(); ++i) {
+            if (trace[i].function != "GetLastError")
+                names.push_back(trace[i].function);
+        }
+        return names;
+    }
+};
+
+TEST_F(Channel, ReadsCurrentAndDefaultValuesOfItsOwnPortAndWritesThem) {
+    Driver(kOtherPort).settings["Baudrate"] = 1;
+    Found port(Hand(kPort));
+    CQxUVcpUserModeInterface set;
+    const std::size_t before = instruments().Trace().size();
+    ASSERT_TRUE(port.channel.ReadSettings(set, qx::kPortSet));
+    EXPECT_THAT(CallsSince(before),
+                ElementsAre("CreateFileW", "DeviceIoControl", "DeviceIoControl", "CloseHandle"));
+    EXPECT_THAT(instruments().Trace()[before].arguments, HasSubstr("qxgendrv_"));
+    EXPECT_EQ(set.Baudrate, 38400U);
+    ASSERT_TRUE(port.channel.ReadDefaultSettings(set, qx::kPortSet));
+    EXPECT_EQ(set.Baudrate, 9600U);
+
+    CQxUBusUserModeInterface bus;
+    ASSERT_TRUE(port.channel.ReadSettings(bus, qx::kBusSet));
+    EXPECT_EQ(bus.USB_LatencyTimer, 7U);
+    EXPECT_EQ(bus.InterfaceType.text, Text(TEXT("USB 2.0")));
+    bus.PolicyType = 0;
+    ASSERT_TRUE(port.channel.WriteSettings(bus, qx::kBusSet));
+    EXPECT_EQ(Driver().bus["PolicyType"], 0U);
+    EXPECT_EQ(Driver().bus.interface_type, "USB 2.0");
+
+    set.Baudrate = 115200;
+    ASSERT_TRUE(port.channel.WriteSettings(set, qx::kPortSet));
+    EXPECT_EQ(Driver().settings["Baudrate"], 115200U);
+    ASSERT_EQ(Driver().writes.size(), 2U);
+    EXPECT_EQ(Driver().writes[1].size(), 8U + 132U);
+    EXPECT_THAT(Bytes(Driver().writes[0].begin(), Driver().writes[0].begin() + 8),
+                ElementsAre(1, 0, 0, 0, 0xFF, 0xFF, 0xFF, 0xFF));
+}
+
+TEST_F(Channel, FindsThePortByItsDriverKeyInAnyLetterCase) {
+    machine().SetPropertyText(Dev(kPort), SPDRP_DRIVER, "{ABC}\\0\\042");
+    auto& published = Dev(kPort).interfaces.at(0);
+    published.reference = qxsim::ToWide("QXGENDRV_{Abc}0042");
+    Found port(Hand(kPort));
+    EXPECT_EQ(qxsim::ToUtf8(qxsim::WideString(port.channel.InterfacePath().view())),
+              qxsim::ToUtf8(machine().InterfacePath(Dev(kPort), published)))
+        << "as the platform spells it";
+
+    // A key that only begins like another one is another port.
+    published.reference = qxsim::ToWide("qxgendrv_{abc}00421");
+    const Handed handed = Hand(kPort);
+    CQxUserModeConfig none(handed.set, handed.element);
+    EXPECT_FALSE(none.FindInterface());
+    EXPECT_TRUE(none.InterfacePath().empty());
+}
+
+TEST_F(Channel, WithoutAPathNothingIsOpened) {
+    const Handed handed = Hand(kPort);
+    CQxUserModeConfig channel(handed.set, handed.element);
+    CQxUVcpUserModeInterface set;
+    const std::size_t before = instruments().Trace().size();
+    EXPECT_FALSE(channel.FindInterfacePath(TEXT("qxgendrv_x"))) << "the set of interfaces is not open";
+    const auto asked = CallsSince(before).size();
+    EXPECT_FALSE(channel.ReadSettings(set, 0));
+    EXPECT_FALSE(channel.ReadDefaultSettings(set, 0));
+    EXPECT_FALSE(channel.WriteSettings(set, 0));
+    EXPECT_EQ(CallsSince(before).size(), asked);
+}
+
+TEST_F(Channel, AControlDeviceThatSomebodyHoldsOpenIsNotShared) {
+    Found port(Hand(kPort));
+    const HANDLE held = CreateFileW(port.channel.InterfacePath().c_str(), GENERIC_READ | GENERIC_WRITE,
+                                    FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING, 0, nullptr);
+    ASSERT_NE(held, INVALID_HANDLE_VALUE);
+    CQxUVcpUserModeInterface set;
+    EXPECT_FALSE(port.channel.ReadSettings(set, 0));
+    EXPECT_FALSE(port.channel.WriteSettings(set, 0));
+    CloseHandle(held);
+    EXPECT_TRUE(port.channel.ReadSettings(set, 0));
+}
+
+TEST_F(Channel, SetsThatCannotBeListedAreSaidOnStandardOutput) {
+    for (const bool parent : {false, true}) {
+        instruments().Inject({"SetupDiGetClassDevsW", 1, false, ERROR_ACCESS_DENIED});
+        const Handed handed = Hand(kPort);
+        CQxUserModeConfig channel(handed.set, handed.element);
+        CQxSetupDi_ParentDevice adapter(handed.set, handed.element);
+        testing::internal::CaptureStdout();
+        EXPECT_FALSE(parent ? adapter.FindParent() : channel.FindInterface());
+        EXPECT_EQ(testing::internal::GetCapturedStdout(), "SetupDiGetClassDevs failed: 5\n");
+        instruments().ClearFaults();
+    }
+}
+
+TEST_F(Channel, FindsTheAdapterOfAPort) {
+    const Handed handed = Hand(kPort);
+    CQxSetupDi_ParentDevice parent(handed.set, handed.element);
+    ASSERT_TRUE(parent.FindParent());
+    EXPECT_EQ(parent.Parent().DevInst, Dev(kAdapter).node);
+    ASSERT_TRUE(parent.FindParent()) << "a second search starts anew";
+
+    // The root of the tree is a device's parent, but no device of the set.
+    const Handed top = Hand(kAdapter);
+    CQxSetupDi_ParentDevice none(top.set, top.element);
+    static_cast<void>(none.FindParent());
+    SP_DEVINFO_DATA root = top.element;
+    root.DevInst = qxsim::Machine::kRoot;
+    CQxSetupDi_ParentDevice rootless(top.set, root);
+    EXPECT_FALSE(rootless.FindParent());
+}
+
+// Everything that a broken or hostile driver can answer to the two requests of a read.
+TEST_F(Channel, AnswersThatMakeNoSenseFailTheRead) {
+    struct Case {
+        const char* what;
+        std::function<void(qxsim::Misbehaviour& size, qxsim::Misbehaviour& stream)> set_up;
+        bool good;
+    };
+    // Where the computer that runs the test has no such memory, the read must fail for the want of it.
+    const bool memory_for_4_gib = std::unique_ptr<BYTE[]>(new (std::nothrow) BYTE[0xFFFFFFFF]) != nullptr;
+    const Case cases[] = {
+        {"size refused", [](auto& size, auto&) { size.refuse = ERROR_NOT_SUPPORTED; }, false},
+        {"stream refused", [](auto&, auto& stream) { stream.refuse = ERROR_GEN_FAILURE; }, false},
+        {"size 0", [](auto& size, auto&) { size.size = 0; }, false},
+        {"size 0 and an empty stream",
+         [](auto& size, auto& stream) { size.size = 0, stream.stream = Bytes(); }, false},
+        {"size of 4 GiB - 1 and an empty stream",
+         [](auto& size, auto& stream) { size.size = 0xFFFFFFFF, stream.stream = Bytes(); }, false},
+        {"size of 4 GiB - 1 and a true stream", [](auto& size, auto&) { size.size = 0xFFFFFFFF; },
+         memory_for_4_gib},
+        {"no byte of the size", [](auto& size, auto&) { size.truncate = 0; }, false},
+        {"half of the size", [](auto& size, auto&) { size.truncate = 2; }, true},
+        {"size one too small",
+         [](auto& size, auto& stream) { size.size = 131, stream.fill_what_fits = true; }, false},
+        {"fewer bytes than promised", [](auto&, auto& stream) { stream.truncate = 131; }, false},
+        {"more bytes than promised", [](auto&, auto& stream) { stream.extra = 1; }, false},
+        {"more bytes claimed than the buffer holds",
+         [](auto& size, auto& stream) {
+             size.size = 100;
+             stream.fill_what_fits = true;
+             stream.claimed = 0xFFFFFFFF;
+         },
+         false},
+        {"claims no bytes", [](auto&, auto& stream) { stream.claimed = 0; }, false},
+        {"longer stream, truly announced",
+         [](auto& size, auto& stream) { size.size = 140, stream.extra = 8; }, true},
+    };
+    Found port(Hand(kPort));
+    for (const Case& c : cases) {
+        qxsim::Misbehaviour size;
+        qxsim::Misbehaviour stream;
+        c.set_up(size, stream);
+        Misbehave(DriverRequest::SettingsSize, size);
+        Misbehave(DriverRequest::Settings, stream);
+        CQxUVcpUserModeInterface set;
+        EXPECT_EQ(port.channel.ReadSettings(set, qx::kPortSet), c.good) << c.what;
+        EXPECT_EQ(instruments().CallCount("CreateFileW"), instruments().CallCount("CloseHandle")) << c.what;
+    }
+}
+
+// A stream of the bus set may end anywhere, and its text's length may be anything.
+TEST_F(Channel, BusStreamsOfEveryLengthAndTextLength) {
+    Found port(Hand(kPort));
+    Bytes whole(24, 1);
+    for (const BYTE byte : Bytes{3, 0, 0, 0, 'U', 'S', 'B', 0})
+        whole.push_back(byte);
+    whole.insert(whole.end(), 28, BYTE{2});
+    const auto read = [&](const Bytes& stream) {
+        qxsim::Misbehaviour size;
+        size.size = static_cast<std::uint32_t>(stream.size());
+        qxsim::Misbehaviour answer;
+        answer.stream = stream;
+        Misbehave(DriverRequest::SettingsSize, size, qx::kBusSet);
+        Misbehave(DriverRequest::Settings, answer, qx::kBusSet);
+        CQxUBusUserModeInterface set;
+        return port.channel.ReadSettings(set, qx::kBusSet);
+    };
+    for (std::size_t length = 0; length <= whole.size(); ++length)
+        EXPECT_EQ(read(Bytes(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(length))),
+                  length == whole.size())
+            << length;
+    for (const std::uint32_t text : {0U, 2U, 4U, 32U, 33U, 0x7FFFFFFFU, 0x80000003U, 0xFFFFFFFFU}) {
+        Bytes lie = whole;
+        for (unsigned i = 0; i != 4; ++i)
+            lie[24 + i] = static_cast<BYTE>(text >> (8 * i));
+        EXPECT_FALSE(read(lie)) << text;
+    }
+    Bytes unterminated = whole;
+    std::fill(unterminated.begin() + 28, unterminated.end(), BYTE{'x'});
+    EXPECT_FALSE(read(unterminated));
+}
+
+TEST_F(Channel, WhatCannotBeEncodedIsNotSent) {
+    Found port(Hand(kPort));
+    CQxUBusUserModeInterface bus;
+    bus.InterfaceType.text = TEXT("\u0416");
+    EXPECT_FALSE(port.channel.WriteSettings(bus, qx::kBusSet));
+    EXPECT_EQ(bus.InterfaceType.status, -1);
+    EXPECT_TRUE(Driver().writes.empty());
+    qx::CSsInformationSet empty;
+    EXPECT_FALSE(port.channel.WriteSettings(empty, qx::kPortSet)) << "the driver refuses it";
+    ASSERT_EQ(Driver().writes.size(), 1U);
+    EXPECT_EQ(Driver().writes[0].size(), 8U);
+}
+
+// Finds the channel and the adapter, reads both sets, and at last writes the chosen one.
+bool ReadAllThenWrite(const qxtest::MachineTest::Handed& handed, DWORD selector) {
+    CQxUserModeConfig channel(handed.set, handed.element);
+    CQxSetupDi_ParentDevice parent(handed.set, handed.element);
+    CQxUVcpUserModeInterface port;
+    CQxUBusUserModeInterface bus;
+    if (!channel.FindInterface() || !channel.ReadSettings(port, qx::kPortSet) || !parent.FindParent() ||
+        !channel.ReadSettings(bus, qx::kBusSet))
+        return false;
+    port.Baudrate = 57600;
+    bus.PolicyType = 0;
+    return selector == qx::kPortSet ? channel.WriteSettings(port, selector)
+                                    : channel.WriteSettings(bus, selector);
+}
+
+// Every platform call of the road fails in turn, alone and from then on, with its own error and with those
+// that the road treats specially.
+TEST_F(Channel, AFailureAnywhereIsAFailedOperationAndNothingElse) {
+    std::size_t runs = 0;
+    for (const DWORD selector : {qx::kPortSet, qx::kBusSet}) {
+        for (const DWORD error : {DWORD{0}, DWORD{ERROR_INSUFFICIENT_BUFFER}, DWORD{ERROR_SUCCESS + 1}}) {
+            for (const bool for_good : {false, true}) {
+                bool fired = true;
+                for (std::uint64_t nth = 1; fired; ++nth, ++runs) {
+                    const auto untouched = machine().Clone();
+                    const auto current = machine().Clone();
+                    const qxsim::CurrentMachine in_force(*current);
+                    instruments().Reset();
+                    qxtest::MachineTest::Handed handed;
+                    handed.set = qxsim::HandDevice(*current, *current->Find(kPort), handed.element);
+                    instruments().Inject({"", nth, for_good, error});
+                    testing::internal::CaptureStdout();
+                    const bool good = ReadAllThenWrite(handed, selector);
+                    static_cast<void>(testing::internal::GetCapturedStdout());
+                    fired = instruments().FaultsFired() != 0;
+                    instruments().ClearFaults();
+                    EXPECT_EQ(instruments().LedgerReport(), "") << nth;
+
+                    // Only a failed closing, whose result nobody needs, and a property that seems to have
+                    // grown let the road go on.
+                    std::string failed;
+                    for (const auto& call : instruments().Trace())
+                        failed = failed.empty() && call.failed_on_purpose ? call.function : failed;
+                    const bool harmless = !fired || failed == "CloseHandle" ||
+                                          failed == "SetupDiDestroyDeviceInfoList" ||
+                                          failed == "GetLastError";
+                    const bool retried = error == ERROR_INSUFFICIENT_BUFFER && !for_good;
+                    if (!for_good && (harmless || !retried)) {
+                        EXPECT_EQ(good, harmless) << failed << " as call " << nth;
+                    }
+                    if (for_good && !harmless) {
+                        EXPECT_FALSE(good) << "everything from " << failed << ", call " << nth;
+                    }
+                    const auto& driver = *current->Find(kPort)->control;
+                    const auto& before = *untouched->Find(kPort)->control;
+                    if (good) {
+                        EXPECT_EQ(
+                            selector == qx::kPortSet ? driver.settings["Baudrate"] : driver.bus["PolicyType"],
+                            selector == qx::kPortSet ? 57600U : 0U);
+                    } else {
+                        EXPECT_TRUE(driver.settings == before.settings && driver.bus == before.bus) << failed;
+                    }
+                }
+            }
+        }
+    }
+    RecordProperty("runs", static_cast<int>(runs));
+    EXPECT_GT(runs, 200U);
+}
+
+}  // namespace
