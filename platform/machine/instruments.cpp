@@ -274,6 +274,7 @@ Call::Call(Made, const char* function, bool fallible, const std::function<std::s
                              .function = function,
                              .arguments = arguments(),
                              .result = {},
+                             .fallible = fallible,
                              .failed_on_purpose = fault_.has_value()};
         if (instruments_.keep_trace_) {
             place_ = instruments_.trace_.size();

@@ -42,6 +42,7 @@ struct CallRecord {
     std::string function;      // the platform's name of the call
     std::string arguments;     // comma-separated, as written by the call
     std::string result;        // empty while the call is still running
+    bool fallible = true;      // whether fault injection could fail it
     bool failed_on_purpose = false;
     bool changes_state = false;
 };
@@ -247,4 +248,4 @@ class Call {
     bool changes_state_ = false;
 };
 
-}  // namespace qxsim
+}  // namespace QX_SIMULATOR_API

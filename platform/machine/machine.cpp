@@ -600,7 +600,7 @@ void Machine::Start(Device& device) {
         return;
     device.started = true;
     TakeStoredSettings(device);
-    if (IsPort(device) && !device.kernel_path.empty()) {
+    if (!device.kernel_path.empty()) {  // a port's, and also a modem's
         const WideString name = PortNameOf(*this, device);
         // Another driver that defined the name first keeps it: the port then runs, but without a name.
         if (!name.empty() && !dos_names.contains(name)) {

@@ -50,4 +50,4 @@ struct NameReport {
 // - a port without a name is a fault when it runs.
 [[nodiscard]] NameReport ReportNames(const Machine& machine);
 
-}  // namespace qxsim
+}  // namespace QX_SIMULATOR_API
