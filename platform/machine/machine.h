@@ -109,12 +109,13 @@ enum class DriverRequest { SettingsSize, Settings, Write, DefaultsSize, Defaults
 
 // How a driver answers one of its requests when it does not behave; every field left alone is answered truly.
 struct Misbehaviour {
-    std::optional<DWORD> refuse;            // fail with this error
-    std::optional<std::uint32_t> size;      // size requests: this number instead of the stream's length
-    std::optional<Bytes> stream;            // stream requests: these bytes instead
-    std::optional<std::uint32_t> truncate;  // either kind: only so many bytes of the answer
-    std::uint32_t extra = 0;                // stream requests: so many bytes 0xEE behind the answer
-    std::optional<std::uint32_t> claimed;   // report so many bytes returned, whatever was put into the buffer
+    std::optional<DWORD> refuse = {};            // fail with this error
+    std::optional<std::uint32_t> size = {};      // size requests: this number instead of the stream's length
+    std::optional<Bytes> stream = {};            // stream requests: these bytes instead
+    std::optional<std::uint32_t> truncate = {};  // either kind: only so many bytes of the answer
+    std::uint32_t extra = 0;                     // stream requests: so many bytes 0xEE behind the answer
+    std::optional<std::uint32_t> claimed =
+        {};                       // report so many bytes returned, whatever was put into the buffer
     bool fill_what_fits = false;  // a buffer too small gets what fits and success, instead of an error
 };
 
@@ -176,18 +177,18 @@ struct SetupClass {
 
 // What a new device is made from. Whatever is left out is filled in as an installer would.
 struct DeviceSpec {
-    std::string id;           // UTF-8, as all texts here
-    std::string setup_class;  // "Ports", "USB", "MultiPortSerial" ...; "Ports" when `port` is set
-    std::optional<GUID> class_guid;
-    std::optional<std::string> port;         // COM name: gives "PortName", claim, DOS name, SERIALCOMM entry
-    std::optional<std::string> description;  // "Veltramark Serial Port" for a port
-    std::optional<std::string> friendly_name;  // "<description> (COM5)" for a port
-    std::optional<std::string> location;
-    std::optional<std::string> driver;  // class GUID and instance number; the next free one
-    std::optional<std::string> kernel_path;
-    std::vector<std::string> hardware_ids;  // the id without its instance part
-    std::optional<bool> control;            // whether the driver publishes a control device; ports do
-    bool foreign = false;                   // of another maker: no control device unless asked for
+    std::string id = {};           // UTF-8, as all texts here
+    std::string setup_class = {};  // "Ports", "USB", "MultiPortSerial" ...; "Ports" when `port` is set
+    std::optional<GUID> class_guid = {};
+    std::optional<std::string> port = {};  // COM name: gives "PortName", claim, DOS name, SERIALCOMM entry
+    std::optional<std::string> description = {};    // "Veltramark Serial Port" for a port
+    std::optional<std::string> friendly_name = {};  // "<description> (COM5)" for a port
+    std::optional<std::string> location = {};
+    std::optional<std::string> driver = {};  // class GUID and instance number; the next free one
+    std::optional<std::string> kernel_path = {};
+    std::vector<std::string> hardware_ids = {};  // the id without its instance part
+    std::optional<bool> control = {};            // whether the driver publishes a control device; ports do
+    bool foreign = false;                        // of another maker: no control device unless asked for
     bool plugged = true;
     bool started = true;
     DWORD problem = 0;  // a device that is not started without a reason has CM_PROB_FAILED_INSTALL

@@ -954,10 +954,12 @@ Json WriteDevice(const Machine& machine, const Device& device) {
 
 std::string ReadWhole(const std::filesystem::path& file) {
     std::ifstream stream(file, std::ios::binary);
-    std::ostringstream content;
-    if (!stream || std::filesystem::is_directory(file) || !(content << stream.rdbuf()))
+    if (!stream || std::filesystem::is_directory(file))
         throw MachineFileError("cannot read " + file.string());
-    return std::move(content).str();
+    std::string content{std::istreambuf_iterator<char>(stream), {}};
+    if (stream.bad())
+        throw MachineFileError("cannot read " + file.string());
+    return content;
 }
 
 }  // namespace
