@@ -216,7 +216,7 @@ void PrintTables(PortSets& sets, const SettingsOptions& settings, const std::str
         std::string value = TextOf(element);
         if (element.Number() != nullptr && NameOf(element).starts_with("Supported")) {
             char hexadecimal[16];
-            std::snprintf(hexadecimal, sizeof(hexadecimal), "0x%X", *element.Number());
+            std::snprintf(hexadecimal, sizeof(hexadecimal), "0x%X", static_cast<unsigned>(*element.Number()));
             value = hexadecimal;
         }
         rows.push_back({NameOf(element), value, MeaningOfElement(element, bus)});

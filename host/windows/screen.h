@@ -12,9 +12,14 @@ namespace qxhost {
 // Uses the picture program of the system that Wine runs on; false where there is none.
 [[nodiscard]] bool PictureOf(HWND window, const std::filesystem::path& file);
 
-// Rests the pointer on `control` until its balloon tip stands there and answers its text; empty when none
-// came. The tip stays until the pointer moves.
-[[nodiscard]] std::wstring RestPointerOn(HWND control);
+struct Tip {
+    std::wstring title;
+    std::wstring text;
+};
+
+// Rests the pointer on `control` until its tip stands there; an empty tip when none came. It stays, and is in
+// pictures, until the pointer moves.
+[[nodiscard]] Tip RestPointerOn(HWND control);
 
 // Takes the pointer off all windows.
 void MovePointerAway();

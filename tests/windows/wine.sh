@@ -2,6 +2,7 @@
 # Runs Windows programs on Wine and a virtual display, with a time limit on everything, so that no test run can hang.
 #
 #   wine.sh run [-t SECONDS] [-d DPI] PROGRAM [ARGUMENT...]   runs a program; its output and exit code are passed on
+#   wine.sh show DISPLAY PROGRAM [ARGUMENT...]                runs a program for a person in front of a display, without a limit
 #   wine.sh screenshot FILE.png                               pictures the virtual display
 #   wine.sh start | stop                                      "run" starts what it needs by itself
 #   wine.sh winepath                                          prints the prefix
@@ -127,6 +128,7 @@ run() {
     set_dpi "$dpi"
     local log result
     log=$(mktemp "$dir/output.XXXXXX")
+    export QX_VIRTUAL_DISPLAY=1
     timeout -k 5 "$seconds" "$wine" "$@" >"$log" 2>"$log.err" </dev/null
     result=$?
     cat "$log"
@@ -141,6 +143,13 @@ case ${1:-} in
     run)
         shift
         run "$@"
+        ;;
+    show)
+        start
+        set_dpi 96
+        DISPLAY=$2
+        shift 2
+        "$wine" "$@"
         ;;
     start) start ;;
     stop) stop ;;

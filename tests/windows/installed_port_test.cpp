@@ -1,0 +1,401 @@
+// The shipped library on the system itself: a port installed from an INF with a kernel driver, the library
+// called as co-installer by the system's device installer and as page provider by this program, which stands
+// where the device manager stands.
+//
+// Started with "read", this program is that other process which looks at what the driver holds.
+#include "host/windows/import_redirect.h"
+#include "host/windows/user_thread.h"
+#include "tests/windows/device_tree.h"
+#include "tests/windows/installed_port.h"
+
+#include <gtest/gtest.h>
+
+#include <commctrl.h>
+#include <msports.h>
+#include <prsht.h>
+#include <setupapi.h>
+
+#include <array>
+#include <cstdio>
+#include <functional>
+#include <memory>
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace {
+
+constexpr GUID kControlClass = {0x6c1b7d42, 0x3e5a, 0x4f0b, {0x9a, 0x61, 0x2d, 0x8e, 0x57, 0xc4, 0xb9, 0x13}};
+constexpr GUID kAdapterClass = {0x50906cb8, 0xba12, 0x11d1, {0xbf, 0x5d, 0x00, 0x00, 0xf8, 0x05, 0xf5, 0x30}};
+
+// Places in the port set, and in the bus set's stream, which has a text of eight letters at 24.
+enum : std::size_t { kBaudRate = 4, kOverrideBaudRate = 19, kPortNumbers = 33 };
+constexpr std::size_t kPolicyOffset = 24 + 4 + 8 + 1;
+constexpr std::size_t kLatencyOffset = kPolicyOffset + 4;
+
+// --- the driver, past the library ---
+
+HANDLE OpenControl() {
+    const HDEVINFO set =
+        SetupDiGetClassDevsW(&kControlClass, nullptr, nullptr, DIGCF_PRESENT | DIGCF_DEVICEINTERFACE);
+    SP_DEVICE_INTERFACE_DATA found = {};
+    found.cbSize = sizeof(found);
+    alignas(8) std::array<BYTE, 2048> buffer{};
+    auto* const detail = reinterpret_cast<SP_DEVICE_INTERFACE_DETAIL_DATA_W*>(buffer.data());
+    detail->cbSize = sizeof(*detail);
+    HANDLE control = INVALID_HANDLE_VALUE;
+    if (SetupDiEnumDeviceInterfaces(set, nullptr, &kControlClass, 0, &found) &&
+        SetupDiGetDeviceInterfaceDetailW(set, &found, detail, sizeof(buffer), nullptr, nullptr))
+        control = CreateFileW(detail->DevicePath, GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING,
+                              FILE_FLAG_OVERLAPPED, nullptr);
+    SetupDiDestroyDeviceInfoList(set);
+    return control;
+}
+
+std::vector<BYTE> Stream(DWORD request, DWORD selector) {
+    const std::array<DWORD, 2> header = {selector, 0xFFFFFFFF};
+    std::vector<BYTE> stream(512);
+    DWORD returned = 0;
+    const HANDLE control = OpenControl();
+    if (!DeviceIoControl(control, request, const_cast<DWORD*>(header.data()), 8, stream.data(),
+                         static_cast<DWORD>(stream.size()), &returned, nullptr))
+        returned = 0;
+    CloseHandle(control);
+    stream.resize(returned);
+    return stream;
+}
+
+DWORD Number(const std::vector<BYTE>& stream, std::size_t offset) {
+    DWORD value = 0xDEADBEEF;
+    if (offset + 4 <= stream.size())
+        value = static_cast<DWORD>(stream[offset] | stream[offset + 1] << 8 | stream[offset + 2] << 16) |
+                static_cast<DWORD>(stream[offset + 3]) << 24;
+    return value;
+}
+
+constexpr DWORD kCurrent = 0x8001E004;
+constexpr DWORD kDefaults = 0x8001E014;
+
+int PrintSettings() {
+    for (const DWORD selector : {0UL, 1UL}) {
+        for (const BYTE byte : Stream(kCurrent, selector))
+            std::printf("%u ", byte);
+        std::printf("\n");
+    }
+    return 0;
+}
+
+// Both sets as another process sees them.
+std::array<std::vector<BYTE>, 2> SettingsSeenByAnotherProcess() {
+    std::wstring program(MAX_PATH, L'\0');
+    program.resize(GetModuleFileNameW(nullptr, program.data(), MAX_PATH));
+    const std::wstring output = qxtest::BesideProgram(L"settings.txt");
+    SECURITY_ATTRIBUTES inherited = {sizeof(inherited), nullptr, TRUE};
+    const HANDLE file =
+        CreateFileW(output.c_str(), GENERIC_WRITE, FILE_SHARE_READ, &inherited, CREATE_ALWAYS, 0, nullptr);
+    STARTUPINFOW startup = {};
+    startup.cb = sizeof(startup);
+    startup.dwFlags = STARTF_USESTDHANDLES;
+    startup.hStdOutput = file;
+    startup.hStdError = file;
+    PROCESS_INFORMATION process = {};
+    std::wstring command = L"\"" + program + L"\" read";
+    EXPECT_TRUE(CreateProcessW(program.c_str(), command.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr,
+                               &startup, &process));
+    EXPECT_EQ(WaitForSingleObject(process.hProcess, 20'000), WAIT_OBJECT_0);
+    CloseHandle(process.hThread);
+    CloseHandle(process.hProcess);
+    CloseHandle(file);
+    std::array<std::vector<BYTE>, 2> sets;
+    if (FILE* const text = _wfopen(output.c_str(), L"r")) {
+        std::array<char, 4096> line{};
+        for (std::vector<BYTE>& set : sets) {
+            if (std::fgets(line.data(), static_cast<int>(line.size()), text) == nullptr)
+                break;
+            std::istringstream numbers(line.data());
+            for (unsigned byte = 0; numbers >> byte;)
+                set.push_back(static_cast<BYTE>(byte));
+        }
+        std::fclose(text);
+    }
+    DeleteFileW(output.c_str());
+    return sets;
+}
+
+// Puts the driver's settings back to its defaults.
+void ResetDriver() {
+    for (const DWORD selector : {0UL, 1UL}) {
+        std::vector<BYTE> request = {static_cast<BYTE>(selector), 0, 0, 0, 0xFF, 0xFF, 0xFF, 0xFF};
+        const std::vector<BYTE> defaults = Stream(kDefaults, selector);
+        request.insert(request.end(), defaults.begin(), defaults.end());
+        DWORD returned = 0;
+        const HANDLE control = OpenControl();
+        ASSERT_TRUE(DeviceIoControl(control, 0x8001E008, request.data(), static_cast<DWORD>(request.size()),
+                                    nullptr, 0, &returned, nullptr));
+        CloseHandle(control);
+    }
+}
+
+std::wstring TextOfValue(HKEY hive, const wchar_t* path, const wchar_t* value) {
+    std::array<wchar_t, 128> text{};
+    DWORD size = sizeof(text) - sizeof(wchar_t);
+    if (RegGetValueW(hive, path, value, RRF_RT_REG_SZ, nullptr, text.data(), &size) != ERROR_SUCCESS)
+        return L"(none)";
+    return text.data();
+}
+
+std::wstring PortsEntry(const wchar_t* name) {
+    return TextOfValue(HKEY_LOCAL_MACHINE, L"SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion\\Ports", name);
+}
+
+bool Claimed(DWORD number) {
+    HCOMDB database = HCOMDB_INVALID_HANDLE_VALUE;
+    std::array<BYTE, 256> usage{};
+    DWORD reported = 0;
+    ComDBOpen(&database);
+    ComDBGetCurrentPortUsage(database, usage.data(), 256, CDB_REPORT_BYTES, &reported);
+    ComDBClose(database);
+    return usage[number - 1] != 0;
+}
+
+void Claim(DWORD number) {
+    HCOMDB database = HCOMDB_INVALID_HANDLE_VALUE;
+    ComDBOpen(&database);
+    ComDBClaimPort(database, number, TRUE, nullptr);
+    ComDBClose(database);
+}
+
+// --- a user, by window messages ---
+
+struct Search {
+    int id;
+    HWND found;
+};
+
+BOOL CALLBACK KeepControl(HWND window, LPARAM place) {
+    auto* const search = reinterpret_cast<Search*>(place);
+    if (GetDlgCtrlID(window) != search->id || !IsWindowVisible(window))
+        return TRUE;
+    search->found = window;
+    return FALSE;
+}
+
+BOOL CALLBACK KeepFront(HWND window, LPARAM place) {
+    if (!IsWindowVisible(window) || !IsWindowEnabled(window))
+        return TRUE;
+    *reinterpret_cast<HWND*>(place) = window;
+    return FALSE;
+}
+
+HWND Front() {
+    HWND front = nullptr;
+    EnumThreadWindows(GetCurrentThreadId(), KeepFront, reinterpret_cast<LPARAM>(&front));
+    return front;
+}
+
+// A control of the window in front, on whatever page shows it.
+HWND Control(int id) {
+    Search search = {id, nullptr};
+    EnumChildWindows(Front(), KeepControl, reinterpret_cast<LPARAM>(&search));
+    return search.found;
+}
+
+void Click(int id) {
+    SendMessageW(Control(id), BM_CLICK, 0, 0);
+}
+
+void Type(int id, const wchar_t* text) {
+    SetWindowTextW(Control(id), text);
+}
+
+std::wstring Caption() {
+    std::array<wchar_t, 128> text{};
+    GetWindowTextW(Front(), text.data(), 128);
+    return text.data();
+}
+
+using Steps = std::vector<std::function<void()>>;
+
+// --- the test ---
+
+class InstalledPortTest : public testing::Test {
+  public:
+    static void SetUpTestSuite() {
+        redirection = std::make_unique<qxhost::ImportRedirection>(L"QxUUI10.DLL");
+        qxtest::SupplyDeviceTree(*redirection);
+        MakeAdapter();
+        Claim(7);
+        port = std::make_unique<qxtest::InstalledPort>(L"COM7");
+        ASSERT_EQ(port->problem(), L"");
+        // Set before this program loads the library itself, so it tells who did.
+        loaded_by_system = GetModuleHandleW(L"QxUUI10.DLL") != nullptr;
+        SetParent();
+    }
+    static void TearDownTestSuite() {
+        port.reset();
+        SetupDiCallClassInstaller(DIF_REMOVE, adapters, &adapter);
+        SetupDiDestroyDeviceInfoList(adapters);
+    }
+    void SetUp() override {
+        ASSERT_EQ(port->problem(), L"");
+        ResetDriver();
+    }
+
+    static void MakeAdapter() {
+        adapter.cbSize = sizeof(adapter);
+        adapters = SetupDiCreateDeviceInfoList(&kAdapterClass, nullptr);
+        ASSERT_TRUE(SetupDiCreateDeviceInfoW(adapters, L"QXTESTADAPTER", &kAdapterClass, L"Test adapter",
+                                             nullptr, DICD_GENERATE_ID, &adapter));
+        ASSERT_TRUE(SetupDiCallClassInstaller(DIF_REGISTERDEVICE, adapters, &adapter));
+    }
+    static void SetParent() {
+        std::array<wchar_t, 256> child{};
+        std::array<wchar_t, 256> parent{};
+        SP_DEVINFO_DATA element = port->element();
+        ASSERT_TRUE(SetupDiGetDeviceInstanceIdW(port->set(), &element, child.data(), 256, nullptr));
+        ASSERT_TRUE(SetupDiGetDeviceInstanceIdW(adapters, &adapter, parent.data(), 256, nullptr));
+        qxtest::SetParent(child.data(), parent.data());
+        hardware_key =
+            L"SYSTEM\\CurrentControlSet\\Enum\\" + std::wstring(child.data()) + L"\\Device Parameters";
+        device_key = L"SYSTEM\\CurrentControlSet\\Enum\\" + std::wstring(child.data());
+    }
+
+    // An entry of the library, found by the name that the INF registered under `value`.
+    template <typename Entry>
+    static Entry RegisteredEntry(const wchar_t* value) {
+        const std::wstring registered = port->DriverKeyText(value);
+        const std::size_t comma = registered.find(L',');
+        const std::wstring name = registered.substr(comma + 1);
+        const HMODULE library = LoadLibraryW(registered.substr(0, comma).c_str());
+        return reinterpret_cast<Entry>(
+            reinterpret_cast<void*>(GetProcAddress(library, std::string(name.begin(), name.end()).c_str())));
+    }
+
+    // Opens the port's properties as the device manager does, with a user who takes the steps.
+    static void OpenProperties(const Steps& steps) {
+        using Provider = BOOL(CALLBACK*)(SP_PROPSHEETPAGE_REQUEST*, LPFNADDPROPSHEETPAGE, LPARAM);
+        const auto provider = RegisteredEntry<Provider>(L"EnumPropPages32");
+        ASSERT_NE(provider, nullptr);
+        SP_DEVINFO_DATA element = port->element();
+        SP_PROPSHEETPAGE_REQUEST request = {};
+        request.cbSize = sizeof(request);
+        request.PageRequested = SPPSR_ENUM_ADV_DEVICE_PROPERTIES;
+        request.DeviceInfoSet = port->set();
+        request.DeviceInfoData = &element;
+        std::vector<HPROPSHEETPAGE> pages;
+        ASSERT_TRUE(provider(&request, KeepPage, reinterpret_cast<LPARAM>(&pages)));
+        ASSERT_EQ(pages.size(), 1U);
+        PROPSHEETHEADERW header = {};
+        header.dwSize = sizeof(header);
+        header.dwFlags = PSH_NOAPPLYNOW;
+        header.pszCaption = L"Test serial port (COM7)";
+        header.nPages = 1;
+        header.phpage = pages.data();
+        std::size_t next = 0;
+        qxhost::RunWithUser([&] { PropertySheetW(&header); },
+                            [&] {
+                                if (next >= steps.size())
+                                    return false;
+                                steps[next++]();
+                                return true;
+                            });
+        EXPECT_EQ(next, steps.size());
+    }
+    static BOOL CALLBACK KeepPage(HPROPSHEETPAGE page, LPARAM place) {
+        reinterpret_cast<std::vector<HPROPSHEETPAGE>*>(place)->push_back(page);
+        return TRUE;
+    }
+
+    static inline std::unique_ptr<qxhost::ImportRedirection> redirection;
+    static inline std::unique_ptr<qxtest::InstalledPort> port;
+    static inline HDEVINFO adapters = INVALID_HANDLE_VALUE;
+    static inline SP_DEVINFO_DATA adapter{};
+    static inline bool loaded_by_system = false;
+    static inline std::wstring hardware_key;
+    static inline std::wstring device_key;
+};
+
+}  // namespace
+
+TEST_F(InstalledPortTest, TheSystemsInstallerCallsTheCoInstaller) {
+    EXPECT_TRUE(loaded_by_system);
+    EXPECT_EQ(port->DriverKeyText(L"CoInstallers32"), L"QxUUI10.DLL,QxUCoInstallPort");
+    // Wine does not call back after its own work; what an installer does then is done here.
+    using CoInstaller = DWORD(CALLBACK*)(DI_FUNCTION, HDEVINFO, SP_DEVINFO_DATA*, COINSTALLER_CONTEXT_DATA*);
+    const auto entry = RegisteredEntry<CoInstaller>(L"CoInstallers32");
+    ASSERT_NE(entry, nullptr);
+    SP_DEVINFO_DATA element = port->element();
+    COINSTALLER_CONTEXT_DATA context = {};
+    EXPECT_EQ(entry(DIF_INSTALLDEVICE, port->set(), &element, &context),
+              DWORD{ERROR_DI_POSTPROCESSING_REQUIRED});
+    context.PostProcessing = TRUE;
+    EXPECT_EQ(entry(DIF_INSTALLDEVICE, port->set(), &element, &context), DWORD{NO_ERROR});
+    EXPECT_EQ(PortsEntry(L"COM7:"), L"9600,n,8,1");
+}
+
+TEST_F(InstalledPortTest, SettingsChangedOnThePageAreInTheDriver) {
+    const std::vector<BYTE> before = Stream(kCurrent, 0);
+    OpenProperties({[] {
+                        Type(841, L"115200");
+                        Click(206);
+                    },
+                    [] { Click(IDOK); }});
+    const std::vector<BYTE> after = SettingsSeenByAnotherProcess()[0];
+    ASSERT_EQ(after.size(), 4 * kPortNumbers);
+    for (std::size_t i = 0; i < kPortNumbers; ++i) {
+        const DWORD expected = i == kBaudRate ? 115200 : i == kOverrideBaudRate ? 1 : Number(before, 4 * i);
+        EXPECT_EQ(Number(after, 4 * i), expected) << "value " << i;
+    }
+    EXPECT_EQ(PortsEntry(L"COM7:"), L"115200,8,n,1");
+}
+
+TEST_F(InstalledPortTest, ARateThatTheDriverRefusesKeepsTheSheetOpen) {
+    std::wstring box;
+    OpenProperties({[] {
+                        Type(841, L"700000");
+                        Click(IDOK);
+                    },
+                    [&box] {
+                        box = Caption();
+                        Click(IDOK);
+                    },
+                    [] { Click(IDCANCEL); }});
+    EXPECT_EQ(box, L"Error setting baud rate");
+    EXPECT_EQ(Number(SettingsSeenByAnotherProcess()[0], 4 * kBaudRate), 9600U);
+}
+
+TEST_F(InstalledPortTest, TheAdvancedSheetWritesTheBusSettings) {
+    std::wstring caption;
+    OpenProperties({[] { Click(840); },
+                    [&caption] {
+                        caption = Caption();
+                        // The tabs of this port: COM number, USB settings, About.
+                        SendMessageW(Front(), PSM_SETCURSEL, 1, 0);
+                    },
+                    [] {
+                        Click(260);
+                        Click(IDOK);
+                    },
+                    [] { Click(IDOK); }});
+    EXPECT_EQ(caption, L"Advanced Settings for COM7");
+    const std::vector<BYTE> bus = SettingsSeenByAnotherProcess()[1];
+    EXPECT_EQ(Number(Stream(kDefaults, 1), kPolicyOffset), 1U);
+    EXPECT_EQ(Number(bus, kPolicyOffset), 0U);
+    EXPECT_EQ(Number(bus, kLatencyOffset), Number(Stream(kDefaults, 1), kLatencyOffset));
+}
+
+// Last, since it ends the port.
+TEST_F(InstalledPortTest, RemovalByTheSystemGivesTheNumberBack) {
+    ASSERT_TRUE(Claimed(7));
+    SP_DEVINFO_DATA element = port->element();
+    EXPECT_TRUE(SetupDiCallClassInstaller(DIF_REMOVE, port->set(), &element));
+    EXPECT_FALSE(Claimed(7));
+    EXPECT_EQ(OpenControl(), INVALID_HANDLE_VALUE);
+}
+
+int main(int count, char** arguments) {
+    if (count == 2 && std::string(arguments[1]) == "read")
+        return PrintSettings();
+    testing::InitGoogleTest(&count, arguments);
+    return RUN_ALL_TESTS();
+}
