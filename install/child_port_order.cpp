@@ -171,8 +171,10 @@ bool HandOut(HDEVINFO devices, const std::vector<SP_DEVINFO_DATA>& ports, const 
         }
         CPortUtil database;
         PortDatabaseSession session(database);
+        // A number of one of the ports looks free when a power failure took its claim; stepping aside to it
+        // would make two ports of one name.
         const std::optional<DWORD> aside =
-            FirstFreeNumber(database, kFirstTemporaryNumber, kLastTemporaryNumber);
+            FirstFreeNumber(database, kFirstTemporaryNumber, kLastTemporaryNumber, numbers);
         session.Close();
         // Without a number to step aside to, a swap would leave one of the two without a claim. The names
         // stay as they are, all of them valid, and the adapter unmarked: the installation of its next port

@@ -1,5 +1,7 @@
 #include "install/port_database.h"
 
+#include <algorithm>
+
 namespace qx {
 
 PortDatabaseSession::PortDatabaseSession(CPortUtil& database)
@@ -15,9 +17,10 @@ void PortDatabaseSession::Close() {
     open_ = false;
 }
 
-std::optional<DWORD> FirstFreeNumber(CPortUtil& database, DWORD first, DWORD last) {
+std::optional<DWORD> FirstFreeNumber(const CPortUtil& database, DWORD first, DWORD last,
+                                     std::span<const DWORD> in_use) {
     for (DWORD number = first; number <= last; ++number)
-        if (database.IsPortFree(number))
+        if (database.IsPortFree(number) && std::ranges::find(in_use, number) == in_use.end())
             return number;
     return std::nullopt;
 }

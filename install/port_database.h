@@ -4,6 +4,7 @@
 #include "device_records/port_util.h"
 
 #include <optional>
+#include <span>
 
 namespace qx {
 
@@ -24,8 +25,10 @@ class PortDatabaseSession {
     bool open_;
 };
 
-// The lowest COM number from `first` to `last` that the open database knows to be free. None when all are
-// taken, or when the database cannot say.
-[[nodiscard]] std::optional<DWORD> FirstFreeNumber(CPortUtil& database, DWORD first, DWORD last);
+// The lowest COM number from `first` to `last` that the open database knows to be free and that is none of
+// `in_use`, numbers of ports that may have lost their claim. None when all are taken, or when the database
+// cannot say.
+[[nodiscard]] std::optional<DWORD> FirstFreeNumber(const CPortUtil& database, DWORD first, DWORD last,
+                                                   std::span<const DWORD> in_use = {});
 
 }  // namespace qx

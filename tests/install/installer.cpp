@@ -3,6 +3,7 @@
 #include "install/card_coinstaller.h"
 #include "install/port_coinstaller.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <mutex>
 #include <numeric>
@@ -91,10 +92,15 @@ DWORD Installer::Ask(CoInstaller entry, DI_FUNCTION request, const std::string& 
 }
 
 void Installer::CallBackPort(const std::string& id, DWORD result) {
+    if (std::ranges::find(skip, id) != skip.end())
+        return;
     Ask(&QxUCoInstallPort, DIF_INSTALLDEVICE, id, true, result);
+    finished.push_back(id);
 }
 
 void Installer::InstallPort(const std::string& id, DWORD result) {
+    if (std::ranges::find(skip, id) != skip.end())
+        return;
     Ask(&QxUCoInstallPort, DIF_INSTALLDEVICE, id);
     InstallByClass(machine_, id);
     CallBackPort(id, result);
@@ -102,11 +108,9 @@ void Installer::InstallPort(const std::string& id, DWORD result) {
 
 void Installer::BeginReinstall(const AdapterSpec& spec) {
     Ask(&QxUCoInstallCard, DIF_INSTALLDEVICE, AdapterId(spec));
-    const DEVINST node = machine_.Find(AdapterId(spec))->node;
     for (std::size_t i = 0; i < spec.names.size(); ++i)
         RemovePort(PortId(spec, i));
-    for (std::size_t i = 0; i < spec.names.size(); ++i)
-        machine_.AddDevice(node, NewPort(PortId(spec, i)));
+    FindPorts(spec);
     Ask(&QxUCoInstallCard, DIF_INSTALLDEVICE, AdapterId(spec), true);
 }
 
@@ -120,7 +124,16 @@ void Installer::Reinstall(const AdapterSpec& spec, std::vector<std::size_t> orde
         InstallPort(PortId(spec, index));
 }
 
+void Installer::FindPorts(const AdapterSpec& spec) {
+    const DEVINST node = machine_.Find(AdapterId(spec))->node;
+    for (std::size_t i = 0; i < spec.names.size(); ++i)
+        if (machine_.Find(PortId(spec, i)) == nullptr)
+            machine_.AddDevice(node, NewPort(PortId(spec, i)));
+}
+
 void Installer::RemovePort(const std::string& id) {
+    if (machine_.Find(id) == nullptr)
+        return;
     Ask(&QxUCoInstallPort, DIF_REMOVE, id);
     machine_.Remove(*machine_.Find(id));
 }

@@ -55,10 +55,15 @@ class Installer {
     void Reinstall(const AdapterSpec& spec, std::vector<std::size_t> order = {});
     // The first half of Reinstall, up to the adapter's call back.
     void BeginReinstall(const AdapterSpec& spec);
-    // Asks the co-installer, then removes the port.
+    // What the adapter's bus does when it starts: ports that are not known become new devices.
+    void FindPorts(const AdapterSpec& spec);
+    // Asks the co-installer, then removes the port, unless it is gone already.
     void RemovePort(const std::string& id);
 
     std::vector<std::string> wrong;
+    // Ports whose call back has ended, and ports that are not to be installed because theirs had.
+    std::vector<std::string> finished;
+    std::vector<std::string> skip;
 
   private:
     qxsim::Machine& machine_;
@@ -78,6 +83,12 @@ class InstallTest : public MachineTest {
         MachineTest::TearDown();
     }
 
+    // Goes on with another computer, and with an installer for it.
+    qxsim::Machine& Use(std::unique_ptr<qxsim::Machine> next) {
+        EXPECT_EQ(installer_.value_or(Installer(machine())).wrong, std::vector<std::string>{});
+        installer_.reset();
+        return MachineTest::Use(std::move(next));
+    }
     // The installer for the present machine.
     Installer& installer() {
         if (!installer_)

@@ -152,7 +152,7 @@ TEST_F(Reinstallation, RestartsARestoredPortAndLooksThroughTheTree) {
     bool restart = false;
     for (const qxsim::CallRecord& call : instruments().Trace()) {
         restart |= call.function == "CM_Locate_DevNodeW";
-        if (restart)
+        if (restart && !call.function.ends_with("LastError"))
             steps.push_back(call.function);
     }
     EXPECT_EQ(steps, (Names{"CM_Locate_DevNodeW", "CM_Reenumerate_DevNode",  //
@@ -219,7 +219,7 @@ TEST_F(FixedNumbers, GoToThePortInstalledLast) {
     EXPECT_EQ(NamesOf(machine(), p2), Names{"COM6"}) << "was COM4, went to 5, and had to leave again";
     installer().InstallPort(PortId(p2, 0));
     EXPECT_EQ(NamesOf(machine(), p2), Names{"COM4"});
-    EXPECT_EQ(NamesOf(machine(), p4a), Names{"COM6"});
+    EXPECT_EQ(NamesOf(machine(), p4a), Names{"COM7"}) << "COM6 was still taken when it had to leave";
 }
 
 TEST_F(FixedNumbers, AreTakenOverWhereTheHolderHasNowhereToGo) {
@@ -233,7 +233,10 @@ TEST_F(FixedNumbers, AreTakenOverWhereTheHolderHasNowhereToGo) {
     EXPECT_EQ(NamesOf(machine(), adapter), Names{"COM89"});
     EXPECT_TRUE(machine().Claimed(89));
     EXPECT_EQ(Questions(), 0U);
-    machine().Remove(Dev("FOREIGN\\PORT\\1"));  // two ports of one name, which the user has to put right
+    // Two ports of one name; the user takes the other device away, and ours starts under its number.
+    machine().Remove(Dev("FOREIGN\\PORT\\1"));
+    machine().Stop(Dev(PortId(adapter, 0)));
+    machine().Start(Dev(PortId(adapter, 0)));
 }
 
 TEST_F(FixedNumbers, BelongToExactlyTheProductsOfTheTable) {
@@ -291,8 +294,7 @@ TEST_F(Ordering, PutsSwapsAndCyclesStraight) {
         const std::vector<unsigned> claimed = machine().ClaimedNumbers();
         Names wanted = start;
         std::ranges::sort(wanted, {}, [](const std::string& name) { return std::stoi(name.substr(3)); });
-        Installer fresh(machine());
-        fresh.CallBackPort(PortId(adapter, 0));
+        installer().CallBackPort(PortId(adapter, 0));
         EXPECT_EQ(NamesOf(machine(), adapter), wanted);
         EXPECT_EQ(machine().ClaimedNumbers(), claimed);
         EXPECT_EQ(Disagreements(), "");
@@ -300,7 +302,7 @@ TEST_F(Ordering, PutsSwapsAndCyclesStraight) {
         EXPECT_EQ(Calls("SetupDiCallClassInstaller"), 2U) << "the last device is restarted, once";
         EXPECT_EQ(Questions(), 0U);
         instruments().Reset();
-        fresh.CallBackPort(PortId(adapter, 0));
+        installer().CallBackPort(PortId(adapter, 0));
         EXPECT_EQ(instruments().CallCount("DefineDosDeviceW"), 0U);
     }
 }
@@ -345,7 +347,7 @@ TEST_F(Ordering, BelongsToSystemsFromSixOneOn) {
         machine().minor_version = version.second;
         AdapterSpec adapter{.names = {"COM9", "COM8"}};
         AddAdapter(machine(), adapter);
-        Installer(machine()).CallBackPort(PortId(adapter, 0));
+        installer().CallBackPort(PortId(adapter, 0));
         EXPECT_EQ(PortName(PortId(adapter, 0)), orders ? "COM8" : "COM9")
             << version.first << '.' << version.second;
     }
