@@ -108,7 +108,8 @@ TEST_F(DeviceRecord, APropertyThatGrowsWhileItIsReadIsReadWhole) {
     int growths = 0;
     instruments().OnCall([&](const qxsim::CallRecord& call) {
         if (call.function == "SetupDiGetDeviceRegistryPropertyW" && growths < 3)
-            machine().SetPropertyText(Dev(kPort), SPDRP_FRIENDLYNAME, std::string(100U * ++growths, 'x'));
+            machine().SetPropertyText(Dev(kPort), SPDRP_FRIENDLYNAME,
+                                      std::string(static_cast<std::size_t>(100 * ++growths), 'x'));
     });
     Text text;
     ASSERT_TRUE(Record().GetFriendlyName(text));
