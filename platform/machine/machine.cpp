@@ -253,7 +253,8 @@ std::optional<GUID> ParseGuid(std::string_view text) {
             text[at] >= 'A' && text[at] <= 'F' ? static_cast<char>(text[at] + 32) : text[at]);
         if (digit == std::string_view::npos)
             return std::nullopt;
-        bytes[digits / 2] = static_cast<BYTE>(bytes[digits / 2] << 4 | digit);
+        bytes[digits / 2] =
+            static_cast<BYTE>(static_cast<unsigned>(bytes[digits / 2]) << 4 | static_cast<unsigned>(digit));
         ++digits;
     }
     GUID guid{};
@@ -344,6 +345,8 @@ void Machine::Boot() {
     for (Device& device : devices) {
         if (device.node != kRoot)
             device.started = false;
+        if (device.disabled)  // also one that was in use when it was disabled, and stayed up until now
+            device.problem = CM_PROB_DISABLED;
         device.held_open_by.clear();
         if (device.control)
             device.control->writes.clear();

@@ -25,6 +25,7 @@ using Json = nlohmann::ordered_json;
 
 // --- the file as a tree whose nodes know their lines ---
 
+struct JsonMember;
 struct JsonNode {
     enum class Kind { Null, Bool, Number, Text, List, Object };
     Kind kind = Kind::Null;
@@ -34,13 +35,12 @@ struct JsonNode {
     bool whole = false;  // a number that is whole, and not negative
     std::string text;
     std::vector<JsonNode> items;
-    std::vector<std::pair<std::string, JsonNode>> members;
+    std::vector<JsonMember> members;
+};
 
-    [[nodiscard]] const JsonNode* Member(std::string_view name) const {
-        const auto found = std::ranges::find(
-            members, name, [](const auto& member) { return std::string_view(member.first); });
-        return found == members.end() ? nullptr : &found->second;
-    }
+struct JsonMember {
+    std::string name;
+    JsonNode node;
 };
 
 [[noreturn]] void Complain(std::size_t line, const std::string& what) {
@@ -120,7 +120,7 @@ class TreeBuilder : public nlohmann::json_sax<nlohmann::json> {
     bool start_array(std::size_t) override { return Open(JsonNode::Kind::List); }
     bool end_array() override { return Close(); }
     bool key(string_t& name) override {
-        if (open_.back()->Member(name) != nullptr)
+        if (std::ranges::find(open_.back()->members, name, &JsonMember::name) != open_.back()->members.end())
             Complain(progress_.Line(), "\"" + name + "\" stands twice in one object");
         key_ = std::move(name);
         return true;
@@ -140,7 +140,7 @@ class TreeBuilder : public nlohmann::json_sax<nlohmann::json> {
         if (!open_.empty() && open_.back()->kind == JsonNode::Kind::List)
             node = &open_.back()->items.emplace_back();
         else if (!open_.empty())
-            node = &open_.back()->members.emplace_back(std::move(key_), JsonNode()).second;
+            node = &open_.back()->members.emplace_back(JsonMember{std::move(key_), {}}).node;
         node->kind = kind;
         node->line = progress_.Line();
         return *node;
@@ -424,7 +424,7 @@ void ReadSettings(const Place& place, const Names& names, Settings& settings, st
     for (const auto& [name, value] : place.Members()) {
         if (text != nullptr && name == kBusTextName) {
             *text = value.Text();
-        } else if (std::ranges::none_of(names, [&](const char* one) { return name == one; })) {
+        } else if (std::ranges::find(names, std::string_view(name)) == names.end()) {
             value.Fail("no such setting");
         } else {
             settings[name] = value.Number();
