@@ -10,6 +10,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <set>
 #include <string>
 #include <type_traits>
 #include <vector>
@@ -83,6 +84,10 @@ const WCHAR* TypeLibraryFile();
 // Runs `work`, which opens modal windows on this thread, with a user who takes one step whenever they have
 // nothing to do.
 void RunModal(const std::function<void()>& work, const std::function<bool()>& step);
+
+// The calls of the shipped library that are neither in `stated` nor excused; none where there is no such
+// file.
+std::vector<std::string> CallsWithoutContract(const std::set<std::string>& stated);
 
 // Made before the first contract and undone after the last.
 class Computer : public testing::Environment {
