@@ -102,7 +102,9 @@ std::string RunScript(const std::filesystem::path& file, const SuiteOptions& sui
     Script script = ParseScript(std::string{std::istreambuf_iterator<char>(in), {}});
     if (script.machine.empty() || script.port.empty())
         return "machine: and port: are missing";
-    Session session(suite.machines / script.machine);
+    // Machines that only scripts need stand beside them.
+    const std::filesystem::path beside = file.parent_path() / script.machine;
+    Session session(std::filesystem::exists(beside) ? beside : suite.machines / script.machine);
     for (const std::string& held : script.held)
         session.Port(held).held_open_by = qxsim::ToWide("another program");
     const Device& port = session.Port(script.port);
@@ -128,6 +130,8 @@ int RunScripts(const SuiteOptions& suite) {
     const std::vector<std::filesystem::path> files = ScriptsIn(suite.scripts);
     if (files.empty())
         throw Failure(kBadUse, "there are no scripts in what --script-suite names");
+    // What the library keeps from its loading on is no leak of the first script.
+    static_cast<void>(LibraryEntry("QxUPortPropPage"));
     std::size_t failed = 0;
     for (const std::filesystem::path& file : files) {
         std::string problem;

@@ -127,10 +127,16 @@ HWND MakeBox(const ShownBox& box, HWND owner, DWORD& error, Call& call) {
         control.rect = rect;
         control.parent = window;
         control.id = id;
-        static_cast<void>(MakeWindow(control, error, nullptr));
+        return MakeWindow(control, error, nullptr);
     };
-    if (has_icon)
-        add(u"Static", u"", SS_ICON, {kGap, kGap, kGap + kIconSize, kGap + kIconSize}, kIconId);
+    if (has_icon) {
+        const HWND icon =
+            add(u"Static", u"", SS_ICON, {kGap, kGap, kGap + kIconSize, kGap + kIconSize}, kIconId);
+        // The same number, shifted, as the system's icon of that kind (IDI_HAND is 32513 and so on), which
+        // stands for it everywhere.
+        constexpr WPARAM kFirstSystemIcon = 32512;
+        Send(icon, STM_SETICON, kFirstSystemIcon + ((box.type & MB_ICONMASK) >> 4), 0);
+    }
     add(u"Static", ToWide(box.text), SS_NOPREFIX,
         {text_left, kGap, text_left + text.width, kGap + text.height}, kTextId);
     int left = (width - buttons_width) / 2 + kGap;
