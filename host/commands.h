@@ -50,7 +50,7 @@ struct PropertiesOptions {
 struct SuiteOptions {
     std::vector<std::filesystem::path> scripts;  // files and folders
     std::filesystem::path machines = "examples";
-    std::filesystem::path pictures;
+    std::filesystem::path pictures = "build/pictures";
 };
 [[nodiscard]] int RunScripts(const SuiteOptions& suite);
 

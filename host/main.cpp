@@ -73,7 +73,8 @@ int Run(int argc, char** argv) {
                    "instead of MACHINE: run the user scripts in these files and folders");
     app.add_option("--machines", suite.machines, "where the machine files of those scripts are")
         ->capture_default_str();
-    app.add_option("--pictures", suite.pictures, "where the pictures of those scripts go");
+    app.add_option("--pictures", suite.pictures, "where the pictures of those scripts go")
+        ->capture_default_str();
 
     CLI::App* const ports = app.add_subcommand("ports", "list the machine's ports");
     AddMachineOptions(*ports, options);

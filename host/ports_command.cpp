@@ -41,20 +41,26 @@ int ListPorts(const MachineOptions& options) {
     if (options.trace)
         session.TraceCalls();
     qxsim::Machine& machine = session.Machine();
-    std::vector<TableRow> rows{
-        {"Port", "Friendly name", "Kind", "Driver key", "Instance id", "Control device", ""}};
+    std::vector<TableRow> rows{{"Port", "Friendly name", "Kind", "Instance id", ""}};
+    std::vector<TableRow> drivers{{"Port", "Driver key", "Control device"}};
     for (const qxsim::Device* const port : machine.Ports()) {
         const std::string name = machine.NamesOf(*port).port_name;
+        const std::string shown = name.empty() ? "(none)" : name;
+        rows.push_back({shown, ShownName(machine, *port), KindOf(session, *port), qxsim::ToUtf8(port->id),
+                        Remark(*port)});
+        // The last part of the path tells the control devices apart.
         const std::string control = machine.ControlPath(*port);
         const std::string key = machine.PropertyText(*port, SPDRP_DRIVER);
-        rows.push_back({name.empty() ? "(none)" : name, ShownName(machine, *port), KindOf(session, *port),
-                        key.empty() ? "-" : key, qxsim::ToUtf8(port->id), control.empty() ? "-" : control,
-                        Remark(*port)});
+        drivers.push_back({shown, key.empty() ? "-" : key,
+                           control.empty() ? "-" : control.substr(control.rfind('\\') + 1)});
     }
-    if (rows.size() == 1)
+    if (rows.size() == 1) {
         std::cout << "This machine has no ports.\n";
-    else
-        PrintTable(std::cout, rows);
+        return kDone;
+    }
+    PrintTable(std::cout, rows);
+    std::cout << '\n';
+    PrintTable(std::cout, drivers);
     return kDone;
 }
 
