@@ -106,6 +106,10 @@ ViewerEntry LoadViewer() {
     const HMODULE viewer = LoadLibraryExW(library.c_str(), nullptr, search);
     if (!viewer)
         return nullptr;
+    // Its windows may outlive every page, so it is pinned to the process rather than held by us.
+    HMODULE pinned = nullptr;
+    if (GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_PIN, library.c_str(), &pinned))
+        FreeLibrary(viewer);
     return reinterpret_cast<ViewerEntry>(reinterpret_cast<void (*)()>(GetProcAddress(viewer, "HtmlHelpW")));
 }
 
