@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <functional>
 
-namespace qxsim {
+namespace qxsim QX_SIMULATOR_API {
 
 QX_PLATFORM_CALL(SetupDiGetClassDevsW);
 QX_PLATFORM_CALL(SetupDiCreateDeviceInfoList);

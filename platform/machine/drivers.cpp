@@ -8,7 +8,7 @@
 #include <iterator>
 #include <stdexcept>
 
-namespace qxsim {
+namespace qxsim QX_SIMULATOR_API {
 
 namespace {
 

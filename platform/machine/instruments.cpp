@@ -5,7 +5,7 @@
 #include <thread>
 #include <utility>
 
-namespace qxsim {
+namespace qxsim QX_SIMULATOR_API {
 
 namespace {
 

@@ -5,7 +5,7 @@
 #include <stdexcept>
 #include <utility>
 
-namespace qxsim {
+namespace qxsim QX_SIMULATOR_API {
 
 namespace {
 
@@ -176,13 +176,13 @@ bool CaselessLess::operator()(WideView a, WideView b) const {
 
 Bytes TextBytes(WideView text) {
     Bytes bytes((text.size() + 1) * sizeof(WCHAR));
-    std::memcpy(bytes.data(), text.data(), text.size() * sizeof(WCHAR));
+    CopyOut(bytes.data(), text.data(), text.size() * sizeof(WCHAR));
     return bytes;
 }
 
 WideString BytesText(const Bytes& bytes) {
     WideString text(bytes.size() / sizeof(WCHAR), WCHAR{});
-    std::memcpy(text.data(), bytes.data(), text.size() * sizeof(WCHAR));
+    CopyOut(text.data(), bytes.data(), text.size() * sizeof(WCHAR));
     if (const std::size_t end = text.find(WCHAR{}); end != WideString::npos)
         text.resize(end);
     return text;

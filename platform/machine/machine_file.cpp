@@ -17,7 +17,7 @@
 #include <system_error>
 #include <utility>
 
-namespace qxsim {
+namespace qxsim QX_SIMULATOR_API {
 
 namespace {
 

@@ -4,7 +4,7 @@
 #include <charconv>
 #include <map>
 
-namespace qxsim {
+namespace qxsim QX_SIMULATOR_API {
 
 namespace {
 
