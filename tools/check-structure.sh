@@ -11,8 +11,8 @@ complain() {
     bad=1
 }
 
-# A folder, and the folders that its files may include from. module/resource.h holds only numbers that the resource
-# compiler shares, so every folder may name it.
+# A folder, and the folders that its files may include from. module/resource.h and module/product_data.h hold only
+# definitions that the resource compiler shares, so every folder may name them.
 allowed() {
     case $1 in
         base) echo "base" ;;
@@ -29,7 +29,7 @@ for folder in base device_records driver_access install pages module; do
         [ -f "$file" ] || continue
         for include in $(sed -n 's/^ *# *include *"\([^"]*\)".*/\1/p' "$file"); do
             target=${include%%/*}
-            [ "$include" = "module/resource.h" ] && continue
+            case $include in module/resource.h | module/product_data.h) continue ;; esac
             case " $(allowed "$folder") " in
                 *" $target "*) ;;
                 *) complain "$file includes $include: $folder/ must not know $target/" ;;
@@ -45,7 +45,7 @@ for file in pages/*.h pages/*.cpp; do
         while read -r include; do printf '%s includes %s: pages/ uses the rename only\n' "$file" "$include"; done
 done | grep . && bad=1
 
-hits=$(grep -nE '_WIN32|__linux__|__MINGW|_MSC_VER|__unix__' base/* device_records/* driver_access/* install/* pages/* \
+hits=$(grep -nE '\<(_WIN32|_WIN64|__linux__|__MINGW32__|__MINGW64__|_MSC_VER|__unix__)\>' base/* device_records/* driver_access/* install/* pages/* \
     module/*.h module/*.cpp host/*.h host/*.cpp 2>/dev/null)
 [ -z "$hits" ] || complain "asks which platform this is:
 $hits"

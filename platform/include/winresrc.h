@@ -151,6 +151,7 @@
 #define SUBLANG_DEFAULT 0x01
 #define SUBLANG_SYS_DEFAULT 0x02
 #define SUBLANG_ENGLISH_US 0x01
+#define SUBLANG_GERMAN 0x01
 
 // --- the module's own version and manifest ---
 #define VS_VERSION_INFO 1
