@@ -1,6 +1,7 @@
 // Reading and writing a device's record, over registry data as installation programs of every quality leave
 // them.
 #include "tests/support/machine_fixture.h"
+#include "tests/support/sweep.h"
 
 #include "device_records/device_reg_info.h"
 #include "device_records/registry_layout.h"
@@ -184,28 +185,25 @@ TEST_F(DeviceRecord, AFailedCallIsAFailedOperation) {
         [](const auto& record, Text&) { return record.SetFriendlyName(TEXT("new")); },
         [](const auto& record, Text&) { return record.SetDeviceString(qx::kPortName, TEXT("new")); },
     };
+    const std::string before = machine().ToJson();
     for (const auto& operation : operations) {
-        bool fired = true;
-        for (std::uint64_t nth = 1; fired; ++nth) {
-            const CQXDeviceRegInfo record = Record();
-            const std::string before = machine().ToJson();
-            instruments().Inject({"", nth, false, 0});
-            const std::uint64_t fired_before = instruments().FaultsFired();
-            const std::size_t from = instruments().Trace().size();
-            Text text(TEXT("old"));
-            const bool good = operation(record, text);
-            fired = instruments().FaultsFired() != fired_before;
-            instruments().ClearFaults();
-            std::string failed;
-            const auto trace = instruments().Trace();
-            for (std::size_t i = from; i < trace.size(); ++i)
-                failed = trace[i].failed_on_purpose ? trace[i].function : failed;
-            EXPECT_EQ(good, !fired || failed == "RegCloseKey") << failed;
-            if (!good) {
-                EXPECT_EQ(Narrow(text), "old") << failed;
-                EXPECT_EQ(machine().ToJson(), before) << failed;
-            }
-        }
+        bool good = false;
+        Text text;
+        qxtest::ForEachFault([this] { return machine().Clone(); },
+                             [&](qxsim::Machine& computer) {
+                                 Handed handed;
+                                 handed.set =
+                                     qxsim::HandDevice(computer, *computer.Find(kPort), handed.element);
+                                 text = TEXT("old");
+                                 good = operation(CQXDeviceRegInfo(handed.set, handed.element), text);
+                             },
+                             [&](qxsim::Machine& computer, const qxtest::FaultPoint& point) {
+                                 EXPECT_EQ(good, point.call.starts_with("RegCloseKey")) << point.Describe();
+                                 if (!good) {
+                                     EXPECT_EQ(Narrow(text), "old");
+                                     EXPECT_EQ(computer.ToJson(), before);
+                                 }
+                             });
     }
 }
 
