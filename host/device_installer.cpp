@@ -142,6 +142,8 @@ DWORD DeviceInstaller::Ask(const std::string& id, DI_FUNCTION request, bool post
     std::string call = NameOf(request) + (post_processing ? ", called back" : "");
     call.resize(std::max<std::size_t>(call.size(), 34), ' ');
     // What the request leads to is told between it and its answer.
+    if (line_open_)
+        out_ << '\n';
     out_ << std::string(2 + std::size_t{2} * depth_, ' ') << call << std::flush;
     line_open_ = true;
     ++depth_;
@@ -204,9 +206,24 @@ bool DeviceInstaller::AskForUpdate(const std::string& id) {
 }
 
 void DeviceInstaller::Install(const std::string& id, bool renew_ports, unsigned new_ports) {
+    // The functions of a composite device are adapters of their own, each with its driver.
+    const std::vector<std::string> functions = FunctionsOf(id);
+    for (const std::string& function : functions)
+        Install(function, renew_ports, new_ports);
+    if (!functions.empty())
+        return;
     InstallOne(id, renew_ports, new_ports);
     for (const std::string& port : PortsBelow(id))
         InstallOne(port, false, 0);
+}
+
+std::vector<std::string> DeviceInstaller::FunctionsOf(const std::string& id) {
+    std::vector<std::string> functions;
+    for (const DEVINST child : Machine().Find(id)->children)
+        if (const Device* const below = Machine().Node(child);
+            below != nullptr && RoleOf(Machine(), *below) == Role::kAdapter)
+            functions.push_back(ToUtf8(below->id));
+    return functions;
 }
 
 void DeviceInstaller::InstallOne(const std::string& id, bool renew_ports, unsigned new_ports) {

@@ -50,6 +50,7 @@ class DeviceInstaller {
 
     [[nodiscard]] qxsim::Machine& Machine() { return session_.Machine(); }
     [[nodiscard]] std::vector<std::string> PortsBelow(const std::string& id);
+    [[nodiscard]] std::vector<std::string> FunctionsOf(const std::string& id);
 
     Session& session_;
     std::ostream& out_;

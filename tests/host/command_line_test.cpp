@@ -213,6 +213,45 @@ TEST_F(CommandLine, RemovesAPortAndGivesItsNumberBack) {
     EXPECT_EQ(Host("usb-four-port.json names").code, 0);
 }
 
+TEST_F(CommandLine, PlaysTheInstallerForEveryKindOfDevice) {
+    const std::vector<Case> cases{
+        // The serial function goes with the GPIO function, and its ports give their numbers back.
+        {"mixed-bench.json remove DEV_4902",
+         0,
+         {"asks for DIF_REMOVE of PCI\\VEN_1F7A&DEV_4904", "is removed"}},
+        // A composite product is installed function by function; its second port moves to its fixed number.
+        {"mixed-bench.json reinstall PID_2202", 0, {"(saved) QXUSB_2_8&2&0&0001: COM9", "COM9    COM4"}},
+        // Ordering begins with system version 6.1.
+        {"mixed-bench.json update PID_1102 --os 6.0", 0, {"COM7    COM7"}},
+        {"mixed-bench.json update PID_1102 --os 6.1", 0, {"COM7    COM6"}},
+        {"mixed-bench.json install BUDGETBUS", 4, {"another maker"}},
+        {"usb-four-port.json remove COM10", 0, {}},
+        {"usb-four-port.json remove COM11", 0, {}},
+        {"usb-four-port.json remove COM5", 0, {}},
+        {"usb-four-port.json remove COM6", 0, {}},
+        {"usb-four-port.json install PID_1104 --ports 2",
+         0,
+         {"lists 2 ports", "next free name, COM3", "COM4"}},
+        {"usb-four-port.json remove PID_1104", 0, {"(started) ", "qxremove.exe"}},
+    };
+    for (const Case& each : cases) {
+        const Outcome outcome = Host(each.arguments);
+        EXPECT_EQ(outcome.code, each.code) << each.arguments << '\n' << outcome.out;
+        for (const std::string& part : each.says)
+            EXPECT_THAT(outcome.out, HasSubstr(part)) << each.arguments;
+    }
+    for (const char* const machine : {"mixed-bench.json", "usb-four-port.json"})
+        EXPECT_EQ(Host(std::string(machine) + " names").code, 0);
+}
+
+TEST_F(CommandLine, ShowsTheMessageOfARefusedUpdate) {
+    const Outcome refused = Host("mixed-bench.json update DEV_4902");
+    EXPECT_EQ(refused.code, 1);
+    EXPECT_THAT(refused.out,
+                AllOf(HasSubstr("[Tessel] (error)"), HasSubstr("Please update the Veltramark driver"),
+                      HasSubstr("Answered: OK"), HasSubstr("ERROR_DI_DONT_INSTALL")));
+}
+
 TEST_F(CommandLine, ShowsThePageAndStoresOnlyWhatWasConfirmed) {
     const Outcome shown = Host("usb-four-port.json properties COM10 --picture page.svg");
     EXPECT_EQ(shown.code, 0) << shown.out;
