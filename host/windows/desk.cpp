@@ -141,6 +141,7 @@ class RealDesk : public Desk {
             return;
         }
         MovePointerAway();
+        const TipTitles titles;
         RunWithUser(work, user);
     }
 

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cwchar>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -43,6 +44,17 @@ BOOL CALLBACK FindTip(HWND window, LPARAM place) {
     return TRUE;
 }
 
+std::map<HWND, std::wstring> titles;
+
+LRESULT CALLBACK NoteTitle(int code, WPARAM wparam, LPARAM lparam) {
+    const auto* const sent = reinterpret_cast<const CWPSTRUCT*>(lparam);
+    WCHAR name[64];
+    if (code == HC_ACTION && sent->message == TTM_SETTITLEW && sent->lParam != 0 &&
+        GetClassNameW(sent->hwnd, name, 64) > 0 && wcscmp(name, TOOLTIPS_CLASSW) == 0)
+        titles[sent->hwnd] = reinterpret_cast<const WCHAR*>(sent->lParam);
+    return CallNextHookEx(nullptr, code, wparam, lparam);
+}
+
 HWND VisibleTip() {
     HWND tip = nullptr;
     EnumThreadWindows(GetCurrentThreadId(), FindTip, reinterpret_cast<LPARAM>(&tip));
@@ -72,6 +84,7 @@ bool PictureOf(HWND window, const std::filesystem::path& file) {
     std::error_code ignored;
     const std::filesystem::path whole = std::filesystem::absolute(file, ignored);
     std::filesystem::create_directories(whole.parent_path(), ignored);
+    std::filesystem::remove(whole, ignored);
     // "Z:\dir\file" is "/dir/file" to the program outside.
     std::wstring target = whole.generic_wstring();
     if (target.size() > 2 && target[1] == L':')
@@ -84,15 +97,21 @@ bool PictureOf(HWND window, const std::filesystem::path& file) {
     if (!CreateProcessW(L"Z:\\usr\\bin\\import", command.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr,
                         &startup, &process))
         return false;
-    // Wine does not always learn that a program outside has ended; the file tells as well.
-    const ULONGLONG end = GetTickCount64() + kPictureMilliseconds;
-    DWORD result = STILL_ACTIVE;
-    while (GetTickCount64() < end && WaitForSingleObject(process.hProcess, 100) == WAIT_TIMEOUT) {
-    }
-    GetExitCodeProcess(process.hProcess, &result);
     CloseHandle(process.hThread);
     CloseHandle(process.hProcess);
-    return result == 0 && std::filesystem::exists(whole, ignored);
+    // A program of the system outside has no process handle to wait for: the picture is there when its file
+    // has stopped growing.
+    const ULONGLONG end = GetTickCount64() + kPictureMilliseconds;
+    std::uintmax_t size = 0;
+    while (GetTickCount64() < end) {
+        Sleep(100);
+        const std::uintmax_t now =
+            std::filesystem::exists(whole, ignored) ? std::filesystem::file_size(whole, ignored) : 0;
+        if (now != 0 && now == size)
+            return true;
+        size = now;
+    }
+    return false;
 }
 
 Tip RestPointerOn(HWND control) {
@@ -111,27 +130,27 @@ Tip RestPointerOn(HWND control) {
     Tip tip;
     if (window == nullptr)
         return tip;
-    WCHAR title[128] = L"";
-    TTGETTITLE ask = {};
-    ask.dwSize = sizeof(ask);
-    ask.pszTitle = title;
-    ask.cch = 128;
-    SendMessageW(window, TTM_GETTITLE, 0, reinterpret_cast<LPARAM>(&ask));
-    tip.title = title;
+    tip.title = titles[window];
+    // The text that stands there. Asking for it by TTM_GETTEXT would make the page answer a second time, and
+    // some answers are given once.
     std::vector<WCHAR> text(2048, L'\0');
-    TTTOOLINFOW tool = {};
-    tool.cbSize = sizeof(tool);
-    if (SendMessageW(window, TTM_GETCURRENTTOOLW, 0, reinterpret_cast<LPARAM>(&tool)) != 0) {
-        tool.lpszText = text.data();
-        SendMessageW(window, TTM_GETTEXTW, text.size(), reinterpret_cast<LPARAM>(&tool));
-    }
+    GetWindowTextW(window, text.data(), static_cast<int>(text.size()));
     tip.text = text.data();
     return tip;
 }
 
+TipTitles::TipTitles() : hook_(SetWindowsHookExW(WH_CALLWNDPROC, NoteTitle, nullptr, GetCurrentThreadId())) {}
+
+TipTitles::~TipTitles() {
+    UnhookWindowsHookEx(hook_);
+    titles.clear();
+}
+
 void MovePointerAway() {
     SetCursorPos(GetSystemMetrics(SM_CXSCREEN) - 2, GetSystemMetrics(SM_CYSCREEN) - 2);
-    Idle(100);
+    // A tip notices on its own time that the pointer has left.
+    for (int wait = 0; wait < 20 && (wait == 0 || VisibleTip() != nullptr); ++wait)
+        Idle(100);
 }
 
 }  // namespace qxhost

@@ -21,6 +21,19 @@ struct Tip {
 // pictures, until the pointer moves.
 [[nodiscard]] Tip RestPointerOn(HWND control);
 
+// Notes the titles that tooltips of this thread are given, for its lifetime: not every system tells them when
+// asked.
+class TipTitles {
+  public:
+    TipTitles();
+    ~TipTitles();
+    TipTitles(const TipTitles&) = delete;
+    TipTitles& operator=(const TipTitles&) = delete;
+
+  private:
+    HHOOK hook_;
+};
+
 // Takes the pointer off all windows.
 void MovePointerAway();
 

@@ -19,5 +19,7 @@ file(CONFIGURE OUTPUT ${CMAKE_CURRENT_BINARY_DIR}/generated/machine_calls.inc CO
 target_sources(qxhost PRIVATE windows/desk.cpp windows/import_redirect.cpp windows/screen.cpp windows/user_thread.cpp
                               windows/qxhost.rc)
 target_include_directories(qxhost PRIVATE ${CMAKE_CURRENT_BINARY_DIR}/generated)
-target_link_libraries(qxhost PRIVATE qx_machine setupapi cfgmgr32 comctl32 gdi32 msports -static)
+target_link_libraries(qxhost PRIVATE qx_machine -static)
+# Behind everything else, because the product's folders call them too.
+string(APPEND CMAKE_CXX_STANDARD_LIBRARIES " -lsetupapi -lcfgmgr32 -lcomctl32 -lmsports")
 add_dependencies(qxhost QxUUI10)

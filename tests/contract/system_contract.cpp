@@ -120,12 +120,15 @@ CONTRACT(system, the_system_version, "GetVersionExW") {
     HOLDS(!GetVersionExW(reinterpret_cast<OSVERSIONINFOW*>(&version)));
 }
 
-CONTRACT(system, modules_and_their_functions, "GetModuleHandleW GetProcAddress LoadLibraryExW") {
+CONTRACT(system, modules_and_their_functions, "GetModuleHandleW GetProcAddress LoadLibraryExW FreeLibrary") {
     HOLDS(GetModuleHandleW(TEXT("Advapi32.dll")) != nullptr);
     HOLDS(Procedure(TEXT("advapi32"), "RegDeleteKeyExW") != nullptr);
     FAILS_WITH(Procedure(TEXT("Advapi32.dll"), "QxNone"), ERROR_PROC_NOT_FOUND);
     FAILS_WITH(GetModuleHandleW(TEXT("qxnone.dll")), ERROR_MOD_NOT_FOUND);
     FAILS_WITH(LoadLibraryExW(TEXT("qxnone.dll"), nullptr, 0), ERROR_MOD_NOT_FOUND);
+    const HMODULE library = LoadLibraryExW(TEXT("hhctrl.ocx"), nullptr, 0);
+    NEEDS(library != nullptr);
+    HOLDS(FreeLibrary(library));
 }
 
 CONTRACT(system, environment_texts_expand, "ExpandEnvironmentStringsW") {
@@ -169,5 +172,9 @@ CONTRACT(system, type_libraries_register, "LoadTypeLib RegisterTypeLib UnRegiste
     const GUID other = {0x11111111, 0x2222, 0x3333, {1, 2, 3, 4, 5, 6, 7, 8}};
     IS(RegisterTypeLib(library, file.data(), nullptr), HRESULT{S_OK});
     HOLDS(FAILED(UnRegisterTypeLib(other, 1, 0, LOCALE_NEUTRAL, SYS_WIN64)));
+    // The module's own, by its identity in module/product_data.h.
+    const GUID own = {0x8a51c0d2, 0x6f0e, 0x4a3b, {0x9d, 0x6c, 0x71, 0xe5, 0xb2, 0xf4, 0xc8, 0x10}};
+    IS(UnRegisterTypeLib(own, 1, 0, LOCALE_NEUTRAL, SYS_WIN64), HRESULT{S_OK});
+    HOLDS(FAILED(UnRegisterTypeLib(own, 1, 0, LOCALE_NEUTRAL, SYS_WIN64)));
     library->Release();
 }

@@ -17,6 +17,7 @@
 
 #include <array>
 #include <cstdio>
+#include <cstring>
 #include <functional>
 #include <memory>
 #include <sstream>
@@ -31,9 +32,17 @@ constexpr GUID kAdapterClass = {0x50906cb8, 0xba12, 0x11d1, {0xbf, 0x5d, 0x00, 0
 // Places in the port set, and in the bus set's stream, which has a text of eight letters at 24.
 enum : std::size_t { kBaudRate = 4, kOverrideBaudRate = 19, kPortNumbers = 33 };
 constexpr std::size_t kPolicyOffset = 24 + 4 + 8 + 1;
-constexpr std::size_t kLatencyOffset = kPolicyOffset + 4;
+constexpr std::size_t kLatencySliderOffset = kPolicyOffset + 8;
 
 // --- the driver, past the library ---
+
+// The reference string of the port's control device; another port may be there too.
+std::wstring reference;
+
+bool IsPortsOwn(const std::wstring& path) {
+    const std::wstring last = path.substr(path.rfind(L'\\') + 1);
+    return _wcsicmp(last.c_str(), reference.c_str()) == 0;
+}
 
 HANDLE OpenControl() {
     const HDEVINFO set =
@@ -44,10 +53,12 @@ HANDLE OpenControl() {
     auto* const detail = reinterpret_cast<SP_DEVICE_INTERFACE_DETAIL_DATA_W*>(buffer.data());
     detail->cbSize = sizeof(*detail);
     HANDLE control = INVALID_HANDLE_VALUE;
-    if (SetupDiEnumDeviceInterfaces(set, nullptr, &kControlClass, 0, &found) &&
-        SetupDiGetDeviceInterfaceDetailW(set, &found, detail, sizeof(buffer), nullptr, nullptr))
-        control = CreateFileW(detail->DevicePath, GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING,
-                              FILE_FLAG_OVERLAPPED, nullptr);
+    for (DWORD index = 0; SetupDiEnumDeviceInterfaces(set, nullptr, &kControlClass, index, &found); ++index) {
+        if (SetupDiGetDeviceInterfaceDetailW(set, &found, detail, sizeof(buffer), nullptr, nullptr) &&
+            IsPortsOwn(detail->DevicePath))
+            control = CreateFileW(detail->DevicePath, GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING,
+                                  FILE_FLAG_OVERLAPPED, nullptr);
+    }
     SetupDiDestroyDeviceInfoList(set);
     return control;
 }
@@ -99,7 +110,7 @@ std::array<std::vector<BYTE>, 2> SettingsSeenByAnotherProcess() {
     startup.hStdOutput = file;
     startup.hStdError = file;
     PROCESS_INFORMATION process = {};
-    std::wstring command = L"\"" + program + L"\" read";
+    std::wstring command = L"\"" + program + L"\" read " + reference;
     EXPECT_TRUE(CreateProcessW(program.c_str(), command.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr,
                                &startup, &process));
     EXPECT_EQ(WaitForSingleObject(process.hProcess, 20'000), WAIT_OBJECT_0);
@@ -227,9 +238,15 @@ class InstalledPortTest : public testing::Test {
         Claim(7);
         port = std::make_unique<qxtest::InstalledPort>(L"COM7");
         ASSERT_EQ(port->problem(), L"");
-        // Set before this program loads the library itself, so it tells who did.
-        loaded_by_system = GetModuleHandleW(L"QxUUI10.DLL") != nullptr;
+        // This program has not loaded the library yet, so that it tells who did.
+        loaded_by_system = !redirection->Redirected().empty();
         SetParent();
+        std::array<wchar_t, 128> driver{};
+        SP_DEVINFO_DATA element = port->element();
+        ASSERT_TRUE(SetupDiGetDeviceRegistryPropertyW(port->set(), &element, SPDRP_DRIVER, nullptr,
+                                                      reinterpret_cast<BYTE*>(driver.data()), 256, nullptr));
+        reference = L"qxgendrv_" + std::wstring(driver.data());
+        std::erase(reference, L'\\');
     }
     static void TearDownTestSuite() {
         port.reset();
@@ -255,9 +272,6 @@ class InstalledPortTest : public testing::Test {
         ASSERT_TRUE(SetupDiGetDeviceInstanceIdW(port->set(), &element, child.data(), 256, nullptr));
         ASSERT_TRUE(SetupDiGetDeviceInstanceIdW(adapters, &adapter, parent.data(), 256, nullptr));
         qxtest::SetParent(child.data(), parent.data());
-        hardware_key =
-            L"SYSTEM\\CurrentControlSet\\Enum\\" + std::wstring(child.data()) + L"\\Device Parameters";
-        device_key = L"SYSTEM\\CurrentControlSet\\Enum\\" + std::wstring(child.data());
     }
 
     // An entry of the library, found by the name that the INF registered under `value`.
@@ -311,8 +325,6 @@ class InstalledPortTest : public testing::Test {
     static inline HDEVINFO adapters = INVALID_HANDLE_VALUE;
     static inline SP_DEVINFO_DATA adapter{};
     static inline bool loaded_by_system = false;
-    static inline std::wstring hardware_key;
-    static inline std::wstring device_key;
 };
 
 }  // namespace
@@ -377,11 +389,12 @@ TEST_F(InstalledPortTest, TheAdvancedSheetWritesTheBusSettings) {
                         Click(IDOK);
                     },
                     [] { Click(IDOK); }});
-    EXPECT_EQ(caption, L"Advanced Settings for COM7");
+    // "... Properties", or "Properties for ...", by the system's language.
+    EXPECT_NE(caption.find(L"Advanced Settings for COM7"), std::wstring::npos) << caption.size();
     const std::vector<BYTE> bus = SettingsSeenByAnotherProcess()[1];
     EXPECT_EQ(Number(Stream(kDefaults, 1), kPolicyOffset), 1U);
     EXPECT_EQ(Number(bus, kPolicyOffset), 0U);
-    EXPECT_EQ(Number(bus, kLatencyOffset), Number(Stream(kDefaults, 1), kLatencyOffset));
+    EXPECT_EQ(Number(bus, kLatencySliderOffset), Number(Stream(kDefaults, 1), kLatencySliderOffset));
 }
 
 // Last, since it ends the port.
@@ -394,8 +407,10 @@ TEST_F(InstalledPortTest, RemovalByTheSystemGivesTheNumberBack) {
 }
 
 int main(int count, char** arguments) {
-    if (count == 2 && std::string(arguments[1]) == "read")
+    if (count == 3 && std::string(arguments[1]) == "read") {
+        reference.assign(arguments[2], arguments[2] + std::strlen(arguments[2]));
         return PrintSettings();
+    }
     testing::InitGoogleTest(&count, arguments);
     return RUN_ALL_TESTS();
 }

@@ -103,8 +103,8 @@ TEST_F(ShippedLibraryTest, NeedsLibrariesOfTheSystemOnly) {
 TEST_F(ShippedLibraryTest, MayLieAnywhereAndRunsNoData) {
     const IMAGE_OPTIONAL_HEADER& header = Head(library)->OptionalHeader;
     EXPECT_EQ(header.Magic, IMAGE_NT_OPTIONAL_HDR64_MAGIC);
-    for (const WORD flag : {IMAGE_DLLCHARACTERISTICS_HIGH_ENTROPY_VA, IMAGE_DLLCHARACTERISTICS_DYNAMIC_BASE,
-                            IMAGE_DLLCHARACTERISTICS_NX_COMPAT})
+    for (const int flag : {IMAGE_DLLCHARACTERISTICS_HIGH_ENTROPY_VA, IMAGE_DLLCHARACTERISTICS_DYNAMIC_BASE,
+                           IMAGE_DLLCHARACTERISTICS_NX_COMPAT})
         EXPECT_NE(header.DllCharacteristics & flag, 0) << flag;
     EXPECT_NE(header.DataDirectory[IMAGE_DIRECTORY_ENTRY_BASERELOC].Size, 0U);
     const auto* section = IMAGE_FIRST_SECTION(Head(library));
@@ -175,7 +175,7 @@ TEST_F(ShippedLibraryTest, ExampleInfsNameItsEntries) {
         for (const wchar_t* section :
              {L"Adapter_CoInstallers", L"Port_CoInstallers", L"Gpio_CoInstallers", L"Port_Pages"}) {
             INFCONTEXT context = {};
-            if (!SetupFindFirstLineW(inf, section, L"HKR", &context))
+            if (!SetupFindFirstLineW(inf, section, nullptr, &context))
                 continue;
             wchar_t value[128] = L"";
             ASSERT_TRUE(SetupGetStringFieldW(&context, 5, value, 128, nullptr) ||
