@@ -110,7 +110,20 @@ int ShowProperties(const MachineOptions& options, const PropertiesOptions& prope
         who = [&] { return user.Step(); };
     else if (!properties.wait)
         who = [&] { return reader.Step(); };
+    // Nothing may be thrown through the windows that call the user.
+    std::string problem;
+    if (who)
+        who = [who, &problem] {
+            try {
+                return problem.empty() && who();
+            } catch (const std::exception& error) {
+                problem = error.what();
+                return false;
+            }
+        };
     static_cast<void>(ShowPropertySheet(session, port, *desk, who));
+    if (!problem.empty())
+        throw Failure(kBadUse, problem);
     if (scripted)
         user.WindowsClosed();
     if (!user.Failure().empty())

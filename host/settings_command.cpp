@@ -10,6 +10,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
 #include <cstdio>
 #include <iostream>
 #include <map>
@@ -107,7 +108,11 @@ Change Apply(PortSets& sets, const std::string& assignment) {
                 constexpr std::size_t kLongest = 255;
                 if (word.size() > kLongest)
                     throw Failure(kBadUse, name + " cannot be longer than 255 characters");
-                element->String()->text = qx::Text(qxsim::ToWide(word).c_str());
+                const qxsim::WideString text = qxsim::ToWide(word);
+                // The drivers know single bytes only.
+                if (std::any_of(text.begin(), text.end(), [](WCHAR unit) { return unit > 0xFF; }))
+                    throw Failure(kBadUse, name + " can only have characters up to U+00FF");
+                element->String()->text = qx::Text(text.c_str());
             }
             return change;
         }

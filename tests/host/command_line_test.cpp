@@ -112,6 +112,10 @@ TEST_F(CommandLine, RefusesWhatMakesNoSenseAndSaysWhatWould) {
         {"usb-four-port.json settings COM6 --set Databits=9", 2, {"5, 6, 7, 8"}},
         {"usb-four-port.json settings COM6 --set Baudrate=4294967297", 2, {"bits per second"}},
         {"usb-four-port.json settings COM6 --set LogLevel=-1", 2, {"4294967295"}},
+        {"usb-four-port.json settings COM6 --set InterfaceType=\u20AC", 2, {"U+00FF"}},
+        {"usb-four-port.json settings COM1", 5, {"no control device"}},
+        {"usb-four-port.json properties COM1", 5, {"no page"}},
+        {"usb-four-port.json properties COM6 --quiet --picture none/page.svg", 2, {"none/page.svg"}},
     };
     const std::string before = Read("usb-four-port.json");
     for (const Case& each : cases) {
