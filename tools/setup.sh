@@ -36,7 +36,7 @@ qx_install() {
         timeout 180 $sudo env DEBIAN_FRONTEND=noninteractive apt-get -q update >"$qx_updated" 2>&1 || true
     fi
     timeout 900 $sudo env DEBIAN_FRONTEND=noninteractive apt-get -q -y install --no-install-recommends "$@" \
-        >>"$qx_updated" 2>&1 || { grep '^E:' "$qx_updated" | head -n 3; return 1; }
+        >"$qx_updated.install" 2>&1 || { grep "^E:" "$qx_updated.install" | head -n 3; return 1; }
 }
 
 qx_need() {
