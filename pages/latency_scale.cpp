@@ -1,5 +1,6 @@
 #include "pages/latency_scale.h"
 
+#include <algorithm>
 #include <array>
 
 namespace qx {
@@ -34,7 +35,7 @@ constexpr int kRange = kHighestLatencyPosition - kLowestLatencyPosition;
 }  // namespace
 
 int LatencyOfPosition(int position) noexcept {
-    const int distance = position - kLowestLatencyPosition;
+    const int distance = std::clamp(position - kLowestLatencyPosition, 0, kRange);
     const int entry = distance * (static_cast<int>(kScale.size()) - 1) / kRange;
     return kScale[static_cast<unsigned>(entry)] * distance / 1024 + 2;
 }

@@ -72,7 +72,11 @@ void CRS422485Page::RestoreDefaults() {
 LRESULT CRS422485Page::Apply() {
     if (!ReadSettings(port_set_, kPortSet))
         return kRefused;
-    port_set_.DuplexMode = CUtils::GetSelectedValue(Item(IDC_DUPLEX_MODE));
+    const HWND box = Item(IDC_DUPLEX_MODE);
+    // A box that could not be filled has no mode to write.
+    if (!box || SendMessageW(box, CB_GETCURSEL, 0, 0) == CB_ERR)
+        return kRefused;
+    port_set_.DuplexMode = CUtils::GetSelectedValue(box);
     if (MayChange(PortName(), IDS_PORT_OPEN) && WriteSettings(port_set_, kPortSet))
         return kAccepted;
     static_cast<void>(ReadSettings(port_set_, kPortSet));

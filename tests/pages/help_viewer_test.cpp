@@ -1,0 +1,112 @@
+// The help viewer: found once, from a place that not everybody can write to, and told the right topics.
+//
+// It is looked for once in a process, so every test here runs in a process of its own.
+#include "module/resource.h"
+#include "pages/help_links.h"
+#include "tests/pages/port_sheet.h"
+
+#include <gmock/gmock.h>
+
+#include <cstdio>
+#include <cstdlib>
+
+namespace qxtest {
+namespace {
+
+using qxsim::Desktop;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+constexpr const char* kViewerKey =
+    "SOFTWARE\\Classes\\CLSID\\{ADB880A6-D8FF-11CF-9377-00AA003B7A11}\\InprocServer32";
+
+class HelpViewer : public PortSheetTest {
+  public:
+    void SetUp() override {
+        testing::GTEST_FLAG(death_test_style) = "threadsafe";
+        PortSheetTest::SetUp();
+    }
+
+    // Runs `test` in a process of its own; its failures are this test's.
+    template <typename Test>
+    void InNewProcess(Test test) {
+        EXPECT_EXIT(
+            {
+                test();
+                std::fflush(stdout);
+                std::_Exit(testing::Test::HasFailure() ? 1 : 0);
+            },
+            testing::ExitedWithCode(0), "");
+    }
+
+    [[nodiscard]] static std::vector<std::string> Loads() {
+        std::vector<std::string> loads;
+        for (const auto& call : instruments().Trace())
+            if (call.function == "LoadLibraryExW")
+                loads.push_back(call.arguments);
+        return loads;
+    }
+    static void Ask() { qx::CallHelpViewer(nullptr, TEXT("QxUUI51.chm"), 0, 0); }
+};
+
+TEST_F(HelpViewer, IsMissedOnceAndNotLookedForAgain) {
+    InNewProcess([] {
+        Desktop::The().SetLibraryMissing("hhctrl.ocx");
+        Ask();
+        Desktop::The().SetLibraryMissing("hhctrl.ocx", false);
+        Ask();
+        EXPECT_THAT(Loads(), testing::SizeIs(1));
+        EXPECT_THAT(Desktop::The().HelpRequests(), IsEmpty());
+    });
+}
+
+TEST_F(HelpViewer, IsLoadedFromTheSystemDirectoryAloneUnlessRegisteredWithItsPath) {
+    const auto load_of = [this](const char* registered, const char* expected, DWORD flags) {
+        InNewProcess([=, this] {
+            if (registered) {
+                machine()
+                    .MakeKey(qxsim::ToWide(kViewerKey))
+                    ->Set({}, REG_SZ, qxsim::TextBytes(qxsim::ToWide(registered)));
+                machine()
+                    .MakeKey(qxsim::ToWide(std::string(kViewerKey).substr(17)), HKEY_CLASSES_ROOT)
+                    ->Set({}, REG_SZ, qxsim::TextBytes(qxsim::ToWide(registered)));
+                Desktop::The().SetLibraryPath(registered, "hhctrl.ocx");
+            }
+            Ask();
+            Ask();
+            ASSERT_THAT(Loads(), testing::SizeIs(1));
+            EXPECT_THAT(Loads()[0], HasSubstr(expected));
+            EXPECT_THAT(Loads()[0], testing::EndsWith(qxsim::Describe(flags)));
+            EXPECT_THAT(Desktop::The().HelpRequests(), testing::SizeIs(2));
+        });
+    };
+    load_of(nullptr, "hhctrl.ocx", LOAD_LIBRARY_SEARCH_SYSTEM32);
+    load_of("hhctrl.ocx", "hhctrl.ocx", LOAD_LIBRARY_SEARCH_SYSTEM32);
+    load_of("viewer\\hhctrl.ocx", "hhctrl.ocx", LOAD_LIBRARY_SEARCH_SYSTEM32);
+    load_of("C:\\Windows\\System32\\hhctrl.ocx", "hhctrl.ocx", LOAD_WITH_ALTERED_SEARCH_PATH);
+}
+
+TEST_F(HelpViewer, OpensTheTopicOfThePageAndOfThePortsKind) {
+    InNewProcess([] {
+        for (const qx::PageHelp* help :
+             {&qx::kPortSettingsHelp, &qx::kComNumberHelp, &qx::kUsbSettingsHelp, &qx::kRs422485Help}) {
+            qx::OpenHelpTopic(nullptr, *help, false);
+            qx::OpenHelpTopic(nullptr, *help, true);
+        }
+        std::vector<std::string> topics;
+        for (const auto& request : Desktop::The().HelpRequests()) {
+            EXPECT_EQ(request.command, 0U);
+            topics.push_back(request.file);
+        }
+        EXPECT_THAT(
+            topics,
+            ElementsAre("QxUUI51.chm::/StdPage.htm>mainwin", "QxUUI51.chm::/StdPage485.htm>mainwin",
+                        "QxUUI51.chm::/AdvDevice.htm>mainwin", "QxUUI51.chm::/AdvDevice485.htm>mainwin",
+                        "QxUUI51.chm::/USBPage.htm>mainwin", "QxUUI51.chm::/USBPage485.htm>mainwin",
+                        "QxUUI51.chm::/422485Page.htm>mainwin", "QxUUI51.chm::/422485Page.htm>mainwin"));
+    });
+}
+
+}  // namespace
+}  // namespace qxtest
