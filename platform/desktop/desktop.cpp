@@ -30,10 +30,7 @@ ControlPicture DescribeControl(const Window& window) {
     picture.enabled = window.Enabled();
     picture.focused = FocusedWindow() == window.handle;
     picture.resource = window.resource;
-    if (const std::optional<DrawnText> drawn = LastDrawn(window.handle)) {
-        picture.drawn_color = drawn->color;
-        picture.drawn_underlined = drawn->underlined;
-    }
+    picture.underlined = window.font && IsUnderlined(window.font);
     if (window.control)
         window.control->Describe(picture);
     return picture;
@@ -150,15 +147,15 @@ WindowPicture Desktop::Picture(HWND window) const {
     return picture;
 }
 
-COLORREF Desktop::BackgroundOf(HWND window) const {
+ControlColors Desktop::ColorsOf(HWND window) const {
     const WindowRef ref = FindWindowRef(window);
     if (!ref)
-        return CLR_INVALID;
-    const RequestContext context(window);
+        return {};
+    const RequestContext context;
     const HWND asked = ref->is_dialog ? window : ref->parent;
     const LRESULT brush =
         Send(asked, ColorRequestFor(*ref), reinterpret_cast<WPARAM>(context.Handle()), ToLparam(window));
-    return ColorOfBrush(reinterpret_cast<HBRUSH>(brush));
+    return {ColorOfBrush(reinterpret_cast<HBRUSH>(brush)), context.TextColor(), context.Transparent()};
 }
 
 std::vector<ShownBox> Desktop::Boxes() const {

@@ -41,8 +41,14 @@ struct ControlPicture {
     int selection = -1;                          // of choice boxes and tabs
     int minimum = 0, maximum = 0, position = 0;  // of sliders
     std::string resource;                        // of pictures from the template: "icon 5", "bitmap 201"
-    COLORREF drawn_color = CLR_INVALID;          // of controls that the library draws itself: the text colour
-    bool drawn_underlined = false;
+    bool underlined = false;                     // by the control's own font
+};
+
+// What a dialog answers to a colour request.
+struct ControlColors {
+    COLORREF background = CLR_INVALID;  // of the brush; CLR_INVALID when there is none
+    COLORREF text = 0;
+    bool transparent = false;  // text is drawn without a background of its own
 };
 
 // What kind of window a top-level window is.
@@ -133,9 +139,10 @@ class QX_SIMULATOR_API Desktop {
     [[nodiscard]] HWND TopWindow() const;
     [[nodiscard]] WindowKind KindOf(HWND window) const;
     [[nodiscard]] WindowPicture Picture(HWND window) const;
-    // The colours that a window's or control's background is painted with after asking its dialog;
-    // CLR_INVALID when the dialog leaves them to the platform.
-    [[nodiscard]] COLORREF BackgroundOf(HWND window) const;
+    // The colours that a dialog gives itself or one of its controls, asked for as for drawing.
+    [[nodiscard]] ControlColors ColorsOf(HWND window) const;
+    // Their background; CLR_INVALID when the dialog leaves it to the platform.
+    [[nodiscard]] COLORREF BackgroundOf(HWND window) const { return ColorsOf(window).background; }
 
     // --- what was asked of it ---
     [[nodiscard]] std::vector<ShownBox> Boxes() const;

@@ -255,6 +255,9 @@ HWND NextTabStop(HWND dialog, HWND control, bool previous) {
 bool TakeDialogKey(HWND dialog, const MSG& message) {
     if (message.message != WM_KEYDOWN || RootOf(message.hwnd) != dialog)
         return false;
+    // A control may want keys for itself.
+    if (Send(message.hwnd, WM_GETDLGCODE, message.wParam, ToLparam(&message)) & DLGC_WANTALLKEYS)
+        return false;
     switch (message.wParam) {
         case VK_TAB:
             if (const HWND next = NextTabStop(dialog, FocusedWindow(), false))

@@ -11,11 +11,9 @@ namespace qxsim {
 
 namespace {
 
-// What is drawn is not kept as pixels: colours, fonts and the text of windows that draw themselves are.
+// Nothing is drawn: a context only keeps what is set in it.
 struct DeviceContext {
-    HWND window = nullptr;
     COLORREF text_color = 0;
-    COLORREF back_color = RGB(255, 255, 255);
     int back_mode = OPAQUE;
     HGDIOBJ font = nullptr;
 };
@@ -24,14 +22,11 @@ struct DrawingState {
     std::map<std::uintptr_t, COLORREF> brushes;
     std::map<std::uintptr_t, LOGFONTW> fonts;
     std::map<std::uintptr_t, DeviceContext> contexts;
-    std::map<HWND, DrawnText> drawn;
     std::uintptr_t next_handle = 0x6D10010;
 };
 
-// The platform's own brushes and font are numbers below all others.
-constexpr std::uintptr_t kSystemColorBase = 0x6D00100;
-constexpr std::uintptr_t kStockBase = 0x6D00200;
-constexpr std::uintptr_t kStockEnd = 0x6D00300;
+// The platform's own font is a number below all others.
+constexpr std::uintptr_t kDialogFont = 0x6D00211;
 
 DrawingState& State() {
     static DrawingState state;
@@ -49,21 +44,6 @@ std::uintptr_t NumberOf(Handle handle) {
     return reinterpret_cast<std::uintptr_t>(handle);
 }
 
-COLORREF SystemColor(int index) {
-    switch (index) {
-        case COLOR_WINDOW:
-            return RGB(255, 255, 255);
-        case COLOR_BTNFACE:
-            return RGB(240, 240, 240);
-        case COLOR_GRAYTEXT:
-            return RGB(109, 109, 109);
-        case COLOR_HOTLIGHT:
-            return RGB(0, 102, 204);
-        default:
-            return RGB(0, 0, 0);
-    }
-}
-
 LOGFONTW DialogFont() {
     LOGFONTW font{};
     font.lfHeight = -11;
@@ -79,15 +59,10 @@ DeviceContext* ContextOf(HDC context) {
     return found == State().contexts.end() ? nullptr : &found->second;
 }
 
-HDC NewContext(HWND window) {
+HDC NewContext() {
     const std::uintptr_t handle = NewHandle();
-    State().contexts[handle].window = window;
+    State().contexts[handle] = {};
     return reinterpret_cast<HDC>(handle);
-}
-
-bool IsUnderlined(HGDIOBJ font) {
-    const auto found = State().fonts.find(NumberOf(font));
-    return found != State().fonts.end() && found->second.lfUnderline != 0;
 }
 
 WideString Counted(LPCWSTR text, int count) {
@@ -98,16 +73,13 @@ WideString Counted(LPCWSTR text, int count) {
 
 COLORREF ColorOfBrush(HBRUSH brush) {
     const std::lock_guard lock(Instruments::The().Lock());
-    const std::uintptr_t number = NumberOf(brush);
-    if (number >= kSystemColorBase && number < kStockBase)
-        return SystemColor(static_cast<int>(number - kSystemColorBase));
-    const auto found = State().brushes.find(number);
+    const auto found = State().brushes.find(NumberOf(brush));
     return found == State().brushes.end() ? CLR_INVALID : found->second;
 }
 
-RequestContext::RequestContext(HWND window) {
+RequestContext::RequestContext() {
     const std::lock_guard lock(Instruments::The().Lock());
-    handle_ = NewContext(window);
+    handle_ = NewContext();
 }
 
 RequestContext::~RequestContext() {
@@ -115,10 +87,24 @@ RequestContext::~RequestContext() {
     State().contexts.erase(NumberOf(handle_));
 }
 
-std::optional<DrawnText> LastDrawn(HWND window) {
+COLORREF RequestContext::TextColor() const {
     const std::lock_guard lock(Instruments::The().Lock());
-    const auto found = State().drawn.find(window);
-    return found == State().drawn.end() ? std::nullopt : std::optional(found->second);
+    return ContextOf(handle_)->text_color;
+}
+
+bool RequestContext::Transparent() const {
+    const std::lock_guard lock(Instruments::The().Lock());
+    return ContextOf(handle_)->back_mode == TRANSPARENT;
+}
+
+HFONT DialogFontHandle() {
+    return reinterpret_cast<HFONT>(kDialogFont);
+}
+
+bool IsUnderlined(HFONT font) {
+    const std::lock_guard lock(Instruments::The().Lock());
+    const auto found = State().fonts.find(NumberOf(font));
+    return found != State().fonts.end() && found->second.lfUnderline != 0;
 }
 
 void ForgetDrawing() {
@@ -157,23 +143,17 @@ BOOL DeleteObject(HGDIOBJ object) {
         call.Closed("brush", handle);
     } else {
         // Deleting what the platform owns does no harm; deleting anything else twice is a mistake.
-        if (handle < kSystemColorBase || handle >= kStockEnd)
+        if (handle != kDialogFont)
             call.Closed("drawing object", handle);
         return call.Fail(ERROR_INVALID_HANDLE);
     }
     return call.Faulted() ? call.Fail(call.FaultError(ERROR_INVALID_HANDLE)) : call.Return(TRUE);
 }
 
-HGDIOBJ GetStockObject(int index) {
-    Call call = Call::Infallible("GetStockObject", index);
-    return call.Return(reinterpret_cast<HGDIOBJ>(kStockBase + static_cast<std::uintptr_t>(index)));
-}
-
 int GetObjectW(HANDLE object, int room, LPVOID buffer) {
     Call call("GetObjectW", object, room);
     const auto found = State().fonts.find(NumberOf(object));
-    // The dialog font is what windows that were given no other one have.
-    const bool dialog_font = NumberOf(object) == kStockBase + DEFAULT_GUI_FONT;
+    const bool dialog_font = NumberOf(object) == kDialogFont;
     if (call.Faulted() || !(dialog_font || found != State().fonts.end()))
         return call.Fail(call.FaultError(ERROR_INVALID_HANDLE), 0);
     const LOGFONTW font = dialog_font ? DialogFont() : found->second;
@@ -189,7 +169,7 @@ HGDIOBJ SelectObject(HDC context, HGDIOBJ object) {
     DeviceContext* const found = ContextOf(context);
     if (call.Faulted() || !found)
         return call.Fail(call.FaultError(ERROR_INVALID_HANDLE), HGDIOBJ{});
-    HGDIOBJ const before = found->font ? found->font : reinterpret_cast<HGDIOBJ>(kStockBase + SYSTEM_FONT);
+    HGDIOBJ const before = found->font ? found->font : reinterpret_cast<HGDIOBJ>(kDialogFont);
     found->font = object;
     return call.Return(before);
 }
@@ -200,14 +180,6 @@ int SetBkMode(HDC context, int mode) {
     if (call.Faulted() || !found)
         return call.Fail(call.FaultError(ERROR_INVALID_HANDLE), 0);
     return call.Return(std::exchange(found->back_mode, mode));
-}
-
-COLORREF SetBkColor(HDC context, COLORREF color) {
-    Call call("SetBkColor", context, color);
-    DeviceContext* const found = ContextOf(context);
-    if (call.Faulted() || !found)
-        return call.Fail(call.FaultError(ERROR_INVALID_HANDLE), COLORREF{CLR_INVALID});
-    return call.Return(std::exchange(found->back_color, color));
 }
 
 COLORREF SetTextColor(HDC context, COLORREF color) {
@@ -226,31 +198,11 @@ BOOL GetTextExtentPoint32W(HDC context, LPCWSTR text, int count, LPSIZE size) {
     return call.Return(TRUE);
 }
 
-HDC BeginPaint(HWND window, LPPAINTSTRUCT paint) {
-    Call call("BeginPaint", window);
-    const WindowRef ref = FindWindowRef(window);
-    if (call.Faulted() || !ref)
-        return call.Fail(call.FaultError(ERROR_INVALID_WINDOW_HANDLE), HDC{});
-    ref->dirty = false;
-    *paint = {};
-    paint->hdc = NewContext(window);
-    paint->rcPaint = {0, 0, ref->rect.right - ref->rect.left, ref->rect.bottom - ref->rect.top};
-    call.Opened("device context", paint->hdc);
-    return call.Return(paint->hdc);
-}
-
-BOOL EndPaint(HWND window, const PAINTSTRUCT* paint) {
-    Call call = Call::Infallible("EndPaint", window);
-    call.Closed("device context", paint->hdc);
-    State().contexts.erase(NumberOf(paint->hdc));
-    return call.Return(TRUE);
-}
-
 HDC GetDC(HWND window) {
     Call call("GetDC", window);
     if (call.Faulted() || (window && !FindWindowRef(window)))
         return call.Fail(call.FaultError(ERROR_INVALID_WINDOW_HANDLE), HDC{});
-    HDC const context = NewContext(window);
+    HDC const context = NewContext();
     call.Opened("device context", context);
     return call.Return(context);
 }
@@ -260,23 +212,6 @@ int ReleaseDC(HWND window, HDC context) {
     const bool known = call.Closed("device context", context);
     State().contexts.erase(NumberOf(context));
     return call.Return(known ? 1 : 0);
-}
-
-int DrawTextW(HDC context, LPCWSTR text, int count, LPRECT rect, UINT format) {
-    Call call("DrawTextW", context, count, format);
-    DeviceContext* const found = ContextOf(context);
-    if (call.Faulted() || !found)
-        return call.Fail(call.FaultError(ERROR_INVALID_HANDLE), 0);
-    const std::string drawn = ToUtf8(Counted(text, count));
-    const int most = (format & DT_WORDBREAK) ? static_cast<int>(rect->right - rect->left) : TextWidth(drawn);
-    const TextSize size = MeasureText(drawn, most);
-    if (format & DT_CALCRECT) {
-        rect->right = rect->left + size.width;
-        rect->bottom = rect->top + size.height;
-    } else {
-        State().drawn[found->window] = {drawn, found->text_color, IsUnderlined(found->font)};
-    }
-    return call.Return(size.height);
 }
 
 int FillRect(HDC context, const RECT* rect, HBRUSH brush) {
@@ -291,16 +226,6 @@ BOOL DrawFocusRect(HDC context, const RECT* rect) {
     if (call.Faulted() || !ContextOf(context))
         return call.Fail(call.FaultError(ERROR_INVALID_HANDLE));
     return call.Return(TRUE);
-}
-
-DWORD GetSysColor(int index) {
-    Call call = Call::Infallible("GetSysColor", index);
-    return call.Return(SystemColor(index));
-}
-
-HBRUSH GetSysColorBrush(int index) {
-    Call call = Call::Infallible("GetSysColorBrush", index);
-    return call.Return(reinterpret_cast<HBRUSH>(kSystemColorBase + static_cast<std::uintptr_t>(index)));
 }
 
 }  // namespace qxsim

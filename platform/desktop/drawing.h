@@ -12,43 +12,34 @@ namespace qxsim {
 // A device context for the length of a colour request, and what the dialog set in it.
 class RequestContext {
   public:
-    explicit RequestContext(HWND window);
+    RequestContext();
     ~RequestContext();
     RequestContext(const RequestContext&) = delete;
     RequestContext& operator=(const RequestContext&) = delete;
     [[nodiscard]] HDC Handle() const { return handle_; }
+    [[nodiscard]] COLORREF TextColor() const;
+    [[nodiscard]] bool Transparent() const;
 
   private:
     HDC handle_;
 };
 
-// What a window that draws itself last put on the screen.
-struct DrawnText {
-    std::string text;
-    COLORREF color = 0;
-    bool underlined = false;
-};
-[[nodiscard]] std::optional<DrawnText> LastDrawn(HWND window);
+// What windows have for a font that were given no other one.
+[[nodiscard]] HFONT DialogFontHandle();
+[[nodiscard]] bool IsUnderlined(HFONT font);
 void ForgetDrawing();
 
 QX_PLATFORM_CALL(CreateSolidBrush);
 QX_PLATFORM_CALL(DeleteObject);
 QX_PLATFORM_CALL(SelectObject);
-QX_PLATFORM_CALL(GetStockObject);
 QX_PLATFORM_CALL(GetObjectW);
 QX_PLATFORM_CALL(CreateFontIndirectW);
 QX_PLATFORM_CALL(SetBkMode);
-QX_PLATFORM_CALL(SetBkColor);
 QX_PLATFORM_CALL(SetTextColor);
 QX_PLATFORM_CALL(GetTextExtentPoint32W);
-QX_PLATFORM_CALL(BeginPaint);
-QX_PLATFORM_CALL(EndPaint);
 QX_PLATFORM_CALL(GetDC);
 QX_PLATFORM_CALL(ReleaseDC);
-QX_PLATFORM_CALL(DrawTextW);
 QX_PLATFORM_CALL(FillRect);
 QX_PLATFORM_CALL(DrawFocusRect);
-QX_PLATFORM_CALL(GetSysColor);
-QX_PLATFORM_CALL(GetSysColorBrush);
 
 }  // namespace qxsim

@@ -76,9 +76,4 @@ HINSTANCE ShellExecuteW(HWND owner, LPCWSTR operation, LPCWSTR file, LPCWSTR par
     return call.Return(reinterpret_cast<HINSTANCE>(static_cast<ULONG_PTR>(State().shell_answer)));
 }
 
-HRESULT EnableThemeDialogTexture(HWND window, DWORD flags) {
-    Call call("EnableThemeDialogTexture", window, flags);
-    return call.Return(call.Faulted() ? E_FAIL : S_OK);
-}
-
 }  // namespace qxsim

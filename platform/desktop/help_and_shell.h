@@ -6,7 +6,6 @@
 
 #include <htmlhelp.h>
 #include <shellapi.h>
-#include <uxtheme.h>
 
 namespace qxsim {
 
@@ -17,6 +16,5 @@ void ForgetRequests();
 
 QX_PLATFORM_CALL(HtmlHelpW);
 QX_PLATFORM_CALL(ShellExecuteW);
-QX_PLATFORM_CALL(EnableThemeDialogTexture);
 
 }  // namespace qxsim

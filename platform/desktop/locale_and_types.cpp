@@ -144,11 +144,6 @@ HRESULT LoadTypeLib(const OLECHAR* file, ITypeLib** result) {
     return Load(call, file, result);
 }
 
-HRESULT LoadTypeLibEx(LPCOLESTR file, REGKIND kind, ITypeLib** result) {
-    Call call("LoadTypeLibEx", file, static_cast<DWORD>(kind));
-    return Load(call, file, result);
-}
-
 HRESULT RegisterTypeLib(ITypeLib* library, OLECHAR* path, OLECHAR* help_directory) {
     Call call("RegisterTypeLib", static_cast<const void*>(library), static_cast<const WCHAR*>(path),
               static_cast<const WCHAR*>(help_directory));
@@ -182,10 +177,6 @@ HRESULT UnRegisterTypeLib(REFGUID id, WORD major, WORD minor, LCID locale, SYSKI
     if (const auto left = machine.FindKey(versions); left && left->subkeys.empty())
         machine.DeleteKey(versions);
     return call.Return(S_OK);
-}
-
-void InitCommonControls() {
-    Call call = Call::Infallible("InitCommonControls");
 }
 
 BOOL InitCommonControlsEx(const INITCOMMONCONTROLSEX* which) {

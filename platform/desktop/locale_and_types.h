@@ -11,10 +11,8 @@ namespace qxsim {
 QX_PLATFORM_CALL(GetThreadLocale);
 QX_PLATFORM_CALL(SetThreadLocale);
 QX_PLATFORM_CALL(LoadTypeLib);
-QX_PLATFORM_CALL(LoadTypeLibEx);
 QX_PLATFORM_CALL(RegisterTypeLib);
 QX_PLATFORM_CALL(UnRegisterTypeLib);
-QX_PLATFORM_CALL(InitCommonControls);
 QX_PLATFORM_CALL(InitCommonControlsEx);
 QX_PLATFORM_CALL(GetCurrentThreadId);
 QX_PLATFORM_CALL(GetCurrentProcessId);

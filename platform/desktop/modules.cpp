@@ -57,7 +57,6 @@ const std::vector<PlatformLibrary>& PlatformLibraries() {
         {u"user32.dll", true, {{"MessageBoxW", "MessageBoxW"}}},
         {u"comctl32.dll", true, {{"InitCommonControlsEx", "InitCommonControlsEx"}}},
         {u"hhctrl.ocx", false, {{"HtmlHelpW", "HtmlHelpW"}, {"#15", "HtmlHelpW"}}},
-        {u"uxtheme.dll", false, {{"EnableThemeDialogTexture", "EnableThemeDialogTexture"}}},
     };
     return libraries;
 }
@@ -387,45 +386,6 @@ FARPROC GetProcAddress(HMODULE handle, LPCSTR name) {
     }
     call.Return(static_cast<const void*>(found));
     return reinterpret_cast<FARPROC>(found);
-}
-
-BOOL DisableThreadLibraryCalls(HMODULE handle) {
-    Call call("DisableThreadLibraryCalls", handle);
-    if (call.Faulted())
-        return call.Fail(call.FaultError(ERROR_GEN_FAILURE));
-    return ModuleOf(handle) ? call.Return(TRUE) : call.Fail(ERROR_INVALID_HANDLE);
-}
-
-HRSRC FindResourceW(HMODULE module, LPCWSTR name, LPCWSTR type) {
-    Call call("FindResourceW", module, static_cast<const void*>(name), static_cast<const void*>(type));
-    if (call.Faulted())
-        return call.Fail(call.FaultError(ERROR_RESOURCE_NAME_NOT_FOUND), HRSRC{});
-    const Resource* const resource = ResourceOf(module, name, type);
-    if (!resource)
-        return call.Fail(ERROR_RESOURCE_NAME_NOT_FOUND, HRSRC{});
-    return call.Return(reinterpret_cast<HRSRC>(const_cast<Resource*>(resource)));
-}
-
-HGLOBAL LoadResource(HMODULE module, HRSRC resource) {
-    Call call("LoadResource", module, resource);
-    if (call.Faulted())
-        return call.Fail(call.FaultError(ERROR_RESOURCE_DATA_NOT_FOUND), HGLOBAL{});
-    if (!resource)
-        return call.Fail(ERROR_RESOURCE_DATA_NOT_FOUND, HGLOBAL{});
-    const auto* const bytes = reinterpret_cast<const Resource*>(resource)->bytes.data();
-    return call.Return(static_cast<HGLOBAL>(const_cast<std::byte*>(bytes)));
-}
-
-LPVOID LockResource(HGLOBAL resource) {
-    Call call = Call::Infallible("LockResource", resource);
-    return call.Return(static_cast<LPVOID>(resource));
-}
-
-DWORD SizeofResource(HMODULE module, HRSRC resource) {
-    Call call("SizeofResource", module, resource);
-    if (call.Faulted() || !resource)
-        return call.Fail(call.FaultError(ERROR_RESOURCE_NAME_NOT_FOUND), DWORD{0});
-    return call.Return(static_cast<DWORD>(reinterpret_cast<const Resource*>(resource)->bytes.size()));
 }
 
 int LoadStringW(HINSTANCE instance, UINT id, LPWSTR buffer, int room) {

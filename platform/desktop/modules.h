@@ -36,11 +36,6 @@ QX_PLATFORM_CALL(GetModuleHandleW);
 QX_PLATFORM_CALL(GetModuleHandleExW);
 QX_PLATFORM_CALL(GetModuleFileNameW);
 QX_PLATFORM_CALL(GetProcAddress);
-QX_PLATFORM_CALL(DisableThreadLibraryCalls);
-QX_PLATFORM_CALL(FindResourceW);
-QX_PLATFORM_CALL(LoadResource);
-QX_PLATFORM_CALL(LockResource);
-QX_PLATFORM_CALL(SizeofResource);
 QX_PLATFORM_CALL(LoadStringW);
 
 }  // namespace qxsim

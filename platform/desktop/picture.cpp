@@ -80,8 +80,8 @@ std::string ColorText(COLORREF color, const char* otherwise) {
     if (color == CLR_INVALID)
         return otherwise;
     std::array<char, 8> text{};
-    std::snprintf(text.data(), text.size(), "#%02x%02x%02x", unsigned{GetRValue(color)}, unsigned{GetGValue(color)},
-                  unsigned{GetBValue(color)});
+    std::snprintf(text.data(), text.size(), "#%02x%02x%02x", unsigned{GetRValue(color)},
+                  unsigned{GetGValue(color)}, unsigned{GetBValue(color)});
     return text.data();
 }
 
@@ -113,25 +113,28 @@ class SvgWriter {
   public:
     SvgWriter(int width, int height, double scale) {
         std::array<char, 300> head{};
-        std::snprintf(head.data(), head.size(),
-                      "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"%d\" height=\"%d\" viewBox=\"0 0 %d %d\" "
-                      "font-family=\"Tahoma, DejaVu Sans, sans-serif\" font-size=\"11\">\n",
-                      static_cast<int>(width * scale), static_cast<int>(height * scale), width, height);
+        std::snprintf(
+            head.data(), head.size(),
+            "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"%d\" height=\"%d\" viewBox=\"0 0 %d %d\" "
+            "font-family=\"Tahoma, DejaVu Sans, sans-serif\" font-size=\"11\">\n",
+            static_cast<int>(width * scale), static_cast<int>(height * scale), width, height);
         svg_ = head.data();
     }
 
     void Box(int x, int y, int width, int height, const std::string& fill, const std::string& stroke) {
         Add("<rect x=\"" + Number(x) + "\" y=\"" + Number(y) + "\" width=\"" + Number(std::max(width, 0)) +
-            "\" height=\"" + Number(std::max(height, 0)) + "\" fill=\"" + fill + "\" stroke=\"" + stroke + "\"/>");
+            "\" height=\"" + Number(std::max(height, 0)) + "\" fill=\"" + fill + "\" stroke=\"" + stroke +
+            "\"/>");
     }
     void Circle(int x, int y, int radius, const std::string& fill, const std::string& stroke) {
-        Add("<circle cx=\"" + Number(x) + "\" cy=\"" + Number(y) + "\" r=\"" + Number(radius) + "\" fill=\"" + fill +
-            "\" stroke=\"" + stroke + "\"/>");
+        Add("<circle cx=\"" + Number(x) + "\" cy=\"" + Number(y) + "\" r=\"" + Number(radius) + "\" fill=\"" +
+            fill + "\" stroke=\"" + stroke + "\"/>");
     }
     void Path(const std::string& data, const std::string& fill, const std::string& stroke) {
         Add("<path d=\"" + data + "\" fill=\"" + fill + "\" stroke=\"" + stroke + "\"/>");
     }
-    // `y` is the middle of the line. The text takes the width that the dialog font gives it, whatever font the viewer has.
+    // `y` is the middle of the line. The text takes the width that the dialog font gives it, whatever font
+    // the viewer has.
     void Text(int x, int y, const std::string& text, const std::string& color, bool underlined = false) {
         if (text.empty())
             return;
@@ -160,7 +163,7 @@ class ControlDrawer {
           width_(WidthOf(control.pixels)),
           height_(HeightOf(control.pixels)),
           text_(Readable(control.text)),
-          ink_(control.enabled ? ColorText(control.drawn_color, kInk) : kGray),
+          ink_(control.enabled ? ColorText(Desktop::The().ColorsOf(control.window).text, kInk) : kGray),
           background_(std::move(background)) {}
 
     void Draw() {
@@ -176,7 +179,8 @@ class ControlDrawer {
             DrawPicture();
         else if (control_.kind == "slider")
             DrawSlider();
-        else if (control_.kind == "edit" || control_.kind == "choice box" || control_.kind == "editable choice box")
+        else if (control_.kind == "edit" || control_.kind == "choice box" ||
+                 control_.kind == "editable choice box")
             DrawField();
     }
 
@@ -196,7 +200,8 @@ class ControlDrawer {
         } else {
             svg_.Box(x_, middle - kMarkSize / 2, kMarkSize, kMarkSize, "#ffffff", ink_);
             if (checked)
-                svg_.Path("M" + SvgWriter::Number(x_ + 3) + " " + SvgWriter::Number(middle) + " l3 3 l5 -6", "none", ink_);
+                svg_.Path("M" + SvgWriter::Number(x_ + 3) + " " + SvgWriter::Number(middle) + " l3 3 l5 -6",
+                          "none", ink_);
         }
         svg_.Text(x_ + kMarkSize + kMarkGap, middle, text_, ink_);
     }
@@ -212,10 +217,11 @@ class ControlDrawer {
     void DrawLabel() {
         const DWORD alignment = control_.style & SS_TYPEMASK;
         int line_y = y_ + kTextLineHeight / 2;
-        for (const std::string& line : Lines((control_.style & SS_NOPREFIX) ? control_.text : text_, width_)) {
+        for (const std::string& line :
+             Lines((control_.style & SS_NOPREFIX) ? control_.text : text_, width_)) {
             const int spare = width_ - TextWidth(line);
             const int indent = alignment == SS_RIGHT ? spare : alignment == SS_CENTER ? spare / 2 : 0;
-            svg_.Text(x_ + indent, line_y, line, ink_, control_.drawn_underlined);
+            svg_.Text(x_ + indent, line_y, line, ink_, control_.underlined);
             line_y += kTextLineHeight;
         }
     }
@@ -223,23 +229,26 @@ class ControlDrawer {
     void DrawPicture() {
         svg_.Box(x_, y_, width_, height_, "#dbe6f4", "#9db4d0");
         if (width_ >= TextWidth(control_.resource) && height_ >= kTextLineHeight)
-            svg_.Text(x_ + (width_ - TextWidth(control_.resource)) / 2, y_ + height_ / 2, control_.resource, "#56708f");
+            svg_.Text(x_ + (width_ - TextWidth(control_.resource)) / 2, y_ + height_ / 2, control_.resource,
+                      "#56708f");
     }
 
     void DrawSlider() {
         const int middle = y_ + height_ / 2;
         svg_.Box(x_ + 8, middle - 2, width_ - 16, 4, "#e7eaea", "#d6d6d6");
         const int range = std::max(1, control_.maximum - control_.minimum);
-        const auto way = static_cast<std::int64_t>(width_ - 22) * (control_.position - control_.minimum) / range;
-        svg_.Box(x_ + 6 + static_cast<int>(way), middle - 9, 10, 18, control_.enabled ? "#007ad9" : "#cccccc", "none");
+        const auto way =
+            static_cast<std::int64_t>(width_ - 22) * (control_.position - control_.minimum) / range;
+        svg_.Box(x_ + 6 + static_cast<int>(way), middle - 9, 10, 18, control_.enabled ? "#007ad9" : "#cccccc",
+                 "none");
     }
 
     void DrawField() {
         svg_.Box(x_, y_, width_, height_, control_.enabled ? "#ffffff" : kFace, "#7a7a7a");
         svg_.Text(x_ + 4, y_ + height_ / 2, control_.text, ink_);
         if (control_.kind != "edit")
-            svg_.Path("M" + SvgWriter::Number(x_ + width_ - kArrowWidth + 4) + " " + SvgWriter::Number(y_ + height_ / 2 - 2) +
-                          " l5 5 l5 -5",
+            svg_.Path("M" + SvgWriter::Number(x_ + width_ - kArrowWidth + 4) + " " +
+                          SvgWriter::Number(y_ + height_ / 2 - 2) + " l5 5 l5 -5",
                       "none", ink_);
     }
 
@@ -251,7 +260,8 @@ class ControlDrawer {
     std::string background_;
 };
 
-void DrawControls(SvgWriter& svg, const WindowPicture& window, int left, int top, const std::string& background) {
+void DrawControls(SvgWriter& svg, const WindowPicture& window, int left, int top,
+                  const std::string& background) {
     // Group boxes lie under what they frame, in whatever order the template names them.
     for (const bool groups : {true, false})
         for (const ControlPicture& control : window.controls)
@@ -265,7 +275,8 @@ void DrawTabs(SvgWriter& svg, const WindowPicture& sheet, const ControlPicture& 
         const std::string& text = sheet.tabs[static_cast<std::size_t>(index)];
         const int width = TextWidth(text) + 12;
         const bool current = index == sheet.current_tab;
-        svg.Box(x, top + tabs.pixels.top + (current ? 0 : 2), width, current ? 22 : 20, current ? "#ffffff" : kFace, "#d9d9d9");
+        svg.Box(x, top + tabs.pixels.top + (current ? 0 : 2), width, current ? 22 : 20,
+                current ? "#ffffff" : kFace, "#d9d9d9");
         svg.Text(x + 6, top + tabs.pixels.top + 11, text, kInk);
         x += width;
     }
@@ -274,13 +285,14 @@ void DrawTabs(SvgWriter& svg, const WindowPicture& sheet, const ControlPicture& 
 void AddClipped(const WindowPicture& window, std::vector<std::string>& clipped) {
     const auto check = [&](const ControlPicture& control, const std::string& text) {
         if (!Fits(control, text))
-            clipped.push_back(window.caption + ": " + control.kind + " " + std::to_string(control.id) + " has no room for \"" +
-                              text + "\"");
+            clipped.push_back(window.caption + ": " + control.kind + " " + std::to_string(control.id) +
+                              " has no room for \"" + text + "\"");
     };
     for (const ControlPicture& control : window.controls) {
         if (control.kind == "picture" || control.kind == "slider" || control.kind == "tab")
             continue;
-        check(control, control.kind == "label" && (control.style & SS_NOPREFIX) ? control.text : Readable(control.text));
+        check(control, control.kind == "label" && (control.style & SS_NOPREFIX) ? control.text
+                                                                                : Readable(control.text));
         for (const ChoiceEntry& entry : control.entries)
             check(control, entry.text);
     }
@@ -302,7 +314,8 @@ std::string SvgPicture(const WindowPicture& window, double scale) {
                     HeightOf(control.pixels) - 22, "#ffffff", "#d9d9d9");
             DrawTabs(svg, window, control, kCaptionHeight);
         }
-    const std::string face = window.kind == WindowKind::kDialog ? ColorText(desktop.BackgroundOf(window.window), kFace) : kFace;
+    const std::string face =
+        window.kind == WindowKind::kDialog ? ColorText(desktop.BackgroundOf(window.window), kFace) : kFace;
     DrawControls(svg, window, 0, kCaptionHeight, face);
     for (const WindowPicture& page : window.pages) {
         if (page.window != window.current_page)

@@ -52,7 +52,7 @@ HPROPSHEETPAGE MakePage(const PROPSHEETPAGEW& description, Call& call) {
         page->title = kept.pszTitle;
         kept.pszTitle = page->title.c_str();
     }
-    if (!(kept.dwFlags & PSP_DLGINDIRECT) && !IS_INTRESOURCE(kept.pszTemplate)) {
+    if (!IS_INTRESOURCE(kept.pszTemplate)) {
         page->template_name = kept.pszTemplate;
         kept.pszTemplate = page->template_name.c_str();
     }
@@ -60,8 +60,6 @@ HPROPSHEETPAGE MakePage(const PROPSHEETPAGEW& description, Call& call) {
     _PSP& made = *page;
     Pages()[handle] = std::move(page);
     call.Opened("sheet page", handle);
-    if (kept.dwFlags & PSP_USEREFPARENT)
-        ++*kept.pcRefParent;
     call.Unlock();
     TellCallback(made, PSPCB_ADDREF);
     call.Relock();
@@ -73,16 +71,12 @@ void ReleasePage(HPROPSHEETPAGE handle, Call& call) {
     _PSP* const page = PageOf(handle);
     call.Unlock();
     TellCallback(*page, PSPCB_RELEASE);
-    if (page->page.dwFlags & PSP_USEREFPARENT)
-        --*page->page.pcRefParent;
     call.Relock();
     call.Closed("sheet page", handle);
     Pages().erase(handle);
 }
 
 std::optional<DialogTemplate> TemplateOf(const _PSP& page) {
-    if (page.page.dwFlags & PSP_DLGINDIRECT)
-        return ReadDialogTemplate({reinterpret_cast<const std::byte*>(page.page.pResource), 0x10000});
     return ReadDialogTemplate(FindModuleResource(page.page.hInstance, page.page.pszTemplate, RT_DIALOG));
 }
 

@@ -91,19 +91,6 @@ BOOL SetWindowSubclass(HWND window, SUBCLASSPROC procedure, UINT_PTR id, DWORD_P
     return call.Return(TRUE);
 }
 
-BOOL GetWindowSubclass(HWND window, SUBCLASSPROC procedure, UINT_PTR id, DWORD_PTR* data) {
-    Call call = Call::Infallible("GetWindowSubclass", window, id);
-    const auto chain = Chains().find(window);
-    if (chain == Chains().end())
-        return call.Return(FALSE);
-    const auto known = std::ranges::find_if(chain->second.subclasses, Named(procedure, id));
-    if (known == chain->second.subclasses.end())
-        return call.Return(FALSE);
-    if (data)
-        *data = known->data;
-    return call.Return(TRUE);
-}
-
 BOOL RemoveWindowSubclass(HWND window, SUBCLASSPROC procedure, UINT_PTR id) {
     Call call = Call::Infallible("RemoveWindowSubclass", window, id);
     const auto chain = Chains().find(window);

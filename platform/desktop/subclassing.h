@@ -8,7 +8,6 @@
 namespace qxsim {
 
 QX_PLATFORM_CALL(SetWindowSubclass);
-QX_PLATFORM_CALL(GetWindowSubclass);
 QX_PLATFORM_CALL(RemoveWindowSubclass);
 QX_PLATFORM_CALL(DefSubclassProc);
 void ForgetSubclasses();

@@ -2,6 +2,7 @@
 
 #include "platform/desktop/activation_context.h"
 #include "platform/desktop/controls.h"
+#include "platform/desktop/drawing.h"
 
 #include <algorithm>
 #include <atomic>
@@ -214,6 +215,12 @@ LRESULT DefaultProcedure(HWND window, UINT message, WPARAM wparam, LPARAM lparam
             return CopyText(ref->text, wparam, lparam);
         case WM_GETTEXTLENGTH:
             return static_cast<LRESULT>(ref->text.size());
+        case WM_SETFONT:
+            ref->font = reinterpret_cast<HFONT>(wparam);
+            ref->dirty = true;
+            return 0;
+        case WM_GETFONT:
+            return ToLparam(ref->font ? ref->font : DialogFontHandle());
         case WM_PAINT:
             ref->dirty = false;
             return 0;

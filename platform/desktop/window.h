@@ -60,6 +60,7 @@ struct Window {
     RECT units{};  // in dialog units, when made from a template
     WNDPROC procedure = nullptr;
     LONG_PTR user_data = 0;
+    HFONT font = nullptr;  // null for the dialog font
     std::unique_ptr<Control> control;
     std::vector<HWND> children;  // in tab order
     unsigned process = 1;
@@ -76,8 +77,6 @@ struct Window {
     LONG_PTR message_result = 0;
     LONG_PTR dialog_data = 0;
     bool is_dialog = false;
-    bool ended = false;  // EndDialog was called
-    INT_PTR end_result = 0;
     int default_button = IDOK;
 
     [[nodiscard]] bool Visible() const { return (style & WS_VISIBLE) != 0; }

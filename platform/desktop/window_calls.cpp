@@ -1,9 +1,7 @@
 #include "platform/desktop/window_calls.h"
 
 #include "platform/desktop/dialog.h"
-#include "platform/desktop/drawing.h"
 #include "platform/desktop/message_names.h"
-#include "platform/desktop/modal_loop.h"
 #include "platform/desktop/window.h"
 
 #include <algorithm>
@@ -42,10 +40,6 @@ void CollectDescendants(HWND window, std::vector<HWND>& found) {
             found.push_back(child);
             CollectDescendants(child, found);
         }
-}
-
-std::optional<DialogTemplate> TemplateNamed(HINSTANCE instance, LPCWSTR name) {
-    return ReadDialogTemplate(FindModuleResource(instance, name, RT_DIALOG));
 }
 
 }  // namespace
@@ -98,16 +92,6 @@ BOOL ShowWindow(HWND window, int command) {
     Show(window, command != SW_HIDE);
     call.Relock();
     return call.Return(was_visible ? TRUE : FALSE);
-}
-
-BOOL UpdateWindow(HWND window) {
-    Call call = Call::Infallible("UpdateWindow", window);
-    const WindowRef ref = FindWindowRef(window);
-    if (!ref)
-        return call.Fail(ERROR_INVALID_WINDOW_HANDLE);
-    if (ref->dirty && ShownOnScreen(window))
-        SendFrom(call, window, WM_PAINT, 0, 0);
-    return call.Return(TRUE);
 }
 
 BOOL EnableWindow(HWND window, BOOL enable) {
@@ -181,12 +165,6 @@ HWND GetWindow(HWND window, UINT relation) {
     if (relation == GW_HWNDPREV)
         return call.Return(at == siblings.begin() ? HWND{} : *std::prev(at));
     return call.Fail(ERROR_INVALID_PARAMETER, HWND{});
-}
-
-HWND GetAncestor(HWND window, UINT which) {
-    Call call = Call::Infallible("GetAncestor", window, which);
-    const WindowRef ref = FindWindowRef(window);
-    return call.Return(!ref ? HWND{} : which == GA_ROOT ? RootOf(window) : ref->parent);
 }
 
 BOOL SetWindowTextW(HWND window, LPCWSTR text) {
@@ -354,11 +332,6 @@ BOOL InvalidateRect(HWND window, const RECT* rect, BOOL erase) {
     return call.Return(TRUE);
 }
 
-BOOL EnumWindows(WNDENUMPROC visit, LPARAM parameter) {
-    Call call = Call::Infallible("EnumWindows");
-    return Enumerate(call, TopLevelWindows(), visit, parameter);
-}
-
 BOOL EnumThreadWindows(DWORD thread, WNDENUMPROC visit, LPARAM parameter) {
     Call call = Call::Infallible("EnumThreadWindows", thread);
     std::vector<HWND> windows = TopLevelWindows();
@@ -372,16 +345,6 @@ BOOL EnumChildWindows(HWND parent, WNDENUMPROC visit, LPARAM parameter) {
     CollectDescendants(parent, windows);
     Enumerate(call, windows, visit, parameter);
     return call.Return(TRUE);
-}
-
-DWORD GetWindowThreadProcessId(HWND window, LPDWORD process) {
-    Call call = Call::Infallible("GetWindowThreadProcessId", window);
-    const WindowRef ref = FindWindowRef(window);
-    if (!ref)
-        return call.Fail(ERROR_INVALID_WINDOW_HANDLE, DWORD{0});
-    if (process)
-        *process = ref->process;
-    return call.Return(ref->thread);
 }
 
 LRESULT SendMessageW(HWND window, UINT message, WPARAM wparam, LPARAM lparam) {
@@ -407,63 +370,6 @@ LRESULT DefWindowProcW(HWND window, UINT message, WPARAM wparam, LPARAM lparam) 
     return DefaultProcedure(window, message, wparam, lparam);
 }
 
-LRESULT CallWindowProcW(WNDPROC procedure, HWND window, UINT message, WPARAM wparam, LPARAM lparam) {
-    return CallProcedure(procedure, window, message, wparam, lparam);
-}
-
-HWND CreateDialogParamW(HINSTANCE instance, LPCWSTR name, HWND parent, DLGPROC procedure, LPARAM parameter) {
-    Call call("CreateDialogParamW", instance, static_cast<const void*>(name), parent);
-    if (call.Faulted())
-        return call.Fail(call.FaultError(ERROR_NOT_ENOUGH_MEMORY), HWND{});
-    const std::optional<DialogTemplate> description = TemplateNamed(instance, name);
-    if (!description)
-        return call.Fail(ERROR_RESOURCE_NAME_NOT_FOUND, HWND{});
-    call.Unlock();
-    DWORD error = 0;
-    const HWND window =
-        MakeDialog(*description, {instance, parent, procedure, parameter, false, {}}, error, &call);
-    call.Relock();
-    return window ? call.Return(window) : call.Fail(error, HWND{});
-}
-
-INT_PTR DialogBoxParamW(HINSTANCE instance, LPCWSTR name, HWND parent, DLGPROC procedure, LPARAM parameter) {
-    Call call("DialogBoxParamW", instance, static_cast<const void*>(name), parent);
-    if (call.Faulted())
-        return call.Fail(call.FaultError(ERROR_NOT_ENOUGH_MEMORY), INT_PTR{-1});
-    const std::optional<DialogTemplate> description = TemplateNamed(instance, name);
-    if (!description)
-        return call.Fail(ERROR_RESOURCE_NAME_NOT_FOUND, INT_PTR{-1});
-    call.Unlock();
-    DWORD error = 0;
-    const HWND window =
-        MakeDialog(*description, {instance, parent, procedure, parameter, false, {}}, error, &call);
-    const WindowRef ref = FindWindowRef(window);
-    if (!ref) {
-        call.Relock();
-        return call.Fail(error, INT_PTR{-1});
-    }
-    Show(window, true);
-    RunModalLoop(
-        window, parent, [&] { return ref->ended; },
-        [&] {
-            ref->ended = true;
-            ref->end_result = IDCANCEL;
-        });
-    call.Relock();
-    Destroy(window, call);
-    return call.Return(ref->end_result);
-}
-
-BOOL EndDialog(HWND dialog, INT_PTR result) {
-    Call call = Call::Infallible("EndDialog", dialog, result);
-    const WindowRef ref = FindWindowRef(dialog);
-    if (!ref)
-        return call.Fail(ERROR_INVALID_WINDOW_HANDLE);
-    ref->ended = true;
-    ref->end_result = result;
-    return call.Return(TRUE);
-}
-
 HWND GetDlgItem(HWND dialog, int id) {
     Call call("GetDlgItem", dialog, static_cast<DWORD>(id));
     if (call.Faulted())
@@ -476,56 +382,6 @@ int GetDlgCtrlID(HWND window) {
     Call call = Call::Infallible("GetDlgCtrlID", window);
     const WindowRef ref = FindWindowRef(window);
     return ref ? call.Return(ref->id) : call.Fail(ERROR_INVALID_WINDOW_HANDLE, 0);
-}
-
-BOOL SetDlgItemTextW(HWND dialog, int id, LPCWSTR text) {
-    Call call("SetDlgItemTextW", dialog, static_cast<DWORD>(id), text);
-    const HWND control = ChildWithId(dialog, id);
-    if (call.Faulted() || !control)
-        return call.Fail(call.FaultError(ERROR_CONTROL_ID_NOT_FOUND));
-    SendFrom(call, control, WM_SETTEXT, 0, ToLparam(text));
-    return call.Return(TRUE);
-}
-
-UINT GetDlgItemTextW(HWND dialog, int id, LPWSTR buffer, int room) {
-    Call call("GetDlgItemTextW", dialog, static_cast<DWORD>(id), room);
-    if (room > 0)
-        *buffer = u'\0';
-    const HWND control = ChildWithId(dialog, id);
-    if (call.Faulted() || !control || room <= 0)
-        return call.Fail(call.FaultError(ERROR_CONTROL_ID_NOT_FOUND), UINT{0});
-    return call.Return(
-        static_cast<UINT>(SendFrom(call, control, WM_GETTEXT, static_cast<WPARAM>(room), ToLparam(buffer))));
-}
-
-LRESULT SendDlgItemMessageW(HWND dialog, int id, UINT message, WPARAM wparam, LPARAM lparam) {
-    const HWND control = ChildWithId(dialog, id);
-    Call call = Call::Infallible("SendDlgItemMessageW", dialog, static_cast<DWORD>(id),
-                                 MessageName(control, message).c_str(), wparam, lparam);
-    return call.Return(SendFrom(call, control, message, wparam, lparam));
-}
-
-BOOL CheckDlgButton(HWND dialog, int id, UINT check) {
-    Call call = Call::Infallible("CheckDlgButton", dialog, static_cast<DWORD>(id), check);
-    const HWND control = ChildWithId(dialog, id);
-    if (!control)
-        return call.Fail(ERROR_CONTROL_ID_NOT_FOUND);
-    SendFrom(call, control, BM_SETCHECK, check, 0);
-    return call.Return(TRUE);
-}
-
-UINT IsDlgButtonChecked(HWND dialog, int id) {
-    Call call = Call::Infallible("IsDlgButtonChecked", dialog, static_cast<DWORD>(id));
-    const HWND control = ChildWithId(dialog, id);
-    if (!control)
-        return call.Fail(ERROR_CONTROL_ID_NOT_FOUND, UINT{0});
-    return call.Return(static_cast<UINT>(SendFrom(call, control, BM_GETCHECK, 0, 0)));
-}
-
-BOOL MapDialogRect(HWND dialog, LPRECT rect) {
-    Call call = Call::Infallible("MapDialogRect", dialog);
-    *rect = UnitsToPixels(*rect);
-    return call.Return(TRUE);
 }
 
 BOOL GetComboBoxInfo(HWND box, PCOMBOBOXINFO info) {
