@@ -225,9 +225,9 @@ TEST_F(CommandLine, PlaysTheInstallerForEveryKindOfDevice) {
          {"asks for DIF_REMOVE of PCI\\VEN_1F7A&DEV_4904", "is removed"}},
         // A composite product is installed function by function; its second port moves to its fixed number.
         {"mixed-bench.json reinstall PID_2202", 0, {"(saved) QXUSB_2_8&2&0&0001: COM9", "COM9    COM4"}},
-        // Ordering begins with system version 6.1.
-        {"mixed-bench.json update PID_1102 --os 6.0", 0, {"COM7    COM7"}},
-        {"mixed-bench.json update PID_1102 --os 6.1", 0, {"COM7    COM6"}},
+        // A port that is updated by itself has no backup; ordering begins with system version 6.1.
+        {"mixed-bench.json update COM7 --os 6.0", 0, {"COM7    COM7"}},
+        {"mixed-bench.json update COM7 --os 6.1", 0, {"COM7    COM6"}},
         {"mixed-bench.json install BUDGETBUS", 4, {"another maker"}},
         {"usb-four-port.json remove COM10", 0, {}},
         {"usb-four-port.json remove COM11", 0, {}},
