@@ -22,8 +22,8 @@ bool GoOn(HWND owner, UINT question) {
 
 }  // namespace
 
-// NOLINTNEXTLINE(performance-unnecessary-value-param): the record's operations take texts by value, copies
-// being shared
+// Like all of the record's operations it takes texts by value; their copies share.
+// NOLINTNEXTLINE(performance-unnecessary-value-param)
 bool CCOMPortUtil::RenameComPort(Text new_name, HWND owner, bool confirm_if_open, bool reenumerate) {
     const Text hardware_id = PortHardwareId(Element().DevInst);
     Text old_name;
