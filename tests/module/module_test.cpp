@@ -1,0 +1,115 @@
+// The library as the loader and the component runtime see it.
+#include "tests/support/machine_fixture.h"
+
+#include <initguid.h>
+#include <objbase.h>
+
+#include <gmock/gmock.h>
+
+#include <array>
+#include <cstdio>
+#include <memory>
+
+extern "C" {
+HRESULT WINAPI DllRegisterServer();
+HRESULT WINAPI DllUnregisterServer();
+}
+
+namespace qxtest {
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+constexpr GUID kPropPage{0x8a51c0d3, 0x6f0e, 0x4a3b, {0x9d, 0x6c, 0x71, 0xe5, 0xb2, 0xf4, 0xc8, 0x10}};
+constexpr const char* kTypeLibraryKey =
+    "Software\\Classes\\TypeLib\\{8A51C0D2-6F0E-4A3B-9D6C-71E5B2F4C810}\\1.0";
+
+class Module : public MachineTest {
+  public:
+    // What the library called since `before`.
+    [[nodiscard]] static std::vector<std::string> Functions() {
+        std::vector<std::string> functions;
+        for (const auto& call : instruments().Trace())
+            functions.push_back(call.function);
+        return functions;
+    }
+    [[nodiscard]] static std::vector<std::string> Arguments(std::string_view function) {
+        std::vector<std::string> arguments;
+        for (const auto& call : instruments().Trace())
+            if (call.function == function)
+                arguments.push_back(call.arguments);
+        return arguments;
+    }
+};
+
+TEST_F(Module, ServesNoClassAndMayAlwaysBeUnloaded) {
+    EXPECT_EQ(DllCanUnloadNow(), S_OK);
+    for (const GUID& any : {kPropPage, IID_IUnknown, GUID{}}) {
+        void* object = this;
+        EXPECT_EQ(DllGetClassObject(any, IID_IClassFactory, &object), CLASS_E_CLASSNOTAVAILABLE);
+        EXPECT_EQ(object, nullptr);
+        EXPECT_EQ(DllGetClassObject(any, IID_IClassFactory, nullptr), E_POINTER);
+    }
+    EXPECT_EQ(DllCanUnloadNow(), S_OK);
+}
+
+TEST_F(Module, RegistersItsTypeLibraryAndLeavesNothingAfterwards) {
+    // Every computer has the place for type libraries.
+    machine().MakeKey(TEXT("Software\\Classes\\TypeLib"));
+    const std::string before = machine().ToJson();
+    SetThreadLocale(0x0407);
+    EXPECT_EQ(DllRegisterServer(), S_OK);
+    EXPECT_EQ(GetThreadLocale(), 0x0407U);
+    EXPECT_EQ(machine().ReadText(std::string(kTypeLibraryKey) + "\\0\\win64", ""),
+              "C:\\Windows\\System32\\QxUUI10.DLL");
+    EXPECT_EQ(DllUnregisterServer(), S_OK);
+    EXPECT_EQ(GetThreadLocale(), 0x0407U);
+    EXPECT_EQ(machine().ToJson(), before);
+    EXPECT_THAT(Arguments("SetThreadLocale"),
+                ElementsAre(qxsim::Describe(0x0407U), qxsim::Describe(LOCALE_SYSTEM_DEFAULT),
+                            qxsim::Describe(0x0407U), qxsim::Describe(LOCALE_SYSTEM_DEFAULT),
+                            qxsim::Describe(0x0407U)));
+}
+
+// Every call of a registration fails in turn: the failure is told, the thread keeps its locale, and what is
+// loaded is released (the ledger sees to that).
+TEST_F(Module, TellsFailuresAndKeepsTheLocale) {
+    SetThreadLocale(0x0407);
+    for (const auto& entry : {DllRegisterServer, DllUnregisterServer}) {
+        for (const char* function :
+             {"GetModuleFileNameW", "LoadTypeLib", "RegisterTypeLib", "UnRegisterTypeLib"}) {
+            SCOPED_TRACE(function);
+            const std::uint64_t calls = instruments().CallCount(function);
+            instruments().Inject({function, 1, true, 0});
+            const HRESULT result = entry();
+            instruments().ClearFaults();
+            if (instruments().CallCount(function) != calls) {
+                EXPECT_TRUE(FAILED(result)) << result;
+            }
+            EXPECT_EQ(GetThreadLocale(), 0x0407U);
+        }
+    }
+    // The library's own file was tried first, then the one beside it.
+    EXPECT_THAT(Arguments("LoadTypeLib"), testing::Contains(HasSubstr("QxUUI10.tlb")));
+    EXPECT_TRUE(FAILED(DllUnregisterServer()));  // nothing is registered
+}
+
+// What the library exports is what packages and the platform rely on, no more and no less.
+TEST_F(Module, ExportsTheEntriesAndNothingElse) {
+    const std::unique_ptr<FILE, int (*)(FILE*)> symbols(popen("nm -D --defined-only " QX_LIBRARY_FILE, "r"),
+                                                        &pclose);
+    ASSERT_NE(symbols, nullptr);
+    std::vector<std::string> names;
+    for (std::array<char, 256> line{}; std::fgets(line.data(), line.size(), symbols.get()) != nullptr;) {
+        std::string name = line.data();
+        name.erase(name.find_last_not_of('\n') + 1);
+        names.push_back(name.substr(name.rfind(' ') + 1));
+    }
+    EXPECT_THAT(names, testing::UnorderedElementsAre(
+                           "DllCanUnloadNow", "DllGetClassObject", "DllRegisterServer", "DllUnregisterServer",
+                           "QxUCoInstallCard", "QxUCoInstallGpio", "QxUCoInstallPort", "QxUPortPropPage"));
+}
+
+}  // namespace
+}  // namespace qxtest
