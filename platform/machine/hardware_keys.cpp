@@ -19,7 +19,7 @@ HKEY WINAPI SetupDiOpenDevRegKey(HDEVINFO handle, PSP_DEVINFO_DATA data, DWORD s
         return fail(error);
     if ((scope != DICS_FLAG_GLOBAL && scope != DICS_FLAG_CONFIGSPECIFIC) ||
         (type != DIREG_DEV && type != DIREG_DRV))
-        return fail(ERROR_INVALID_PARAMETER);
+        return fail(ERROR_INVALID_FLAGS);
     const Device* device = machine.Node(element->node);
     if (device == nullptr)
         return fail(ERROR_DEVINFO_NOT_REGISTERED);
