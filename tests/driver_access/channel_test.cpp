@@ -11,6 +11,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <clocale>
 #include <functional>
 
 namespace {
@@ -265,6 +266,32 @@ TEST_F(Channel, WhatCannotBeEncodedIsNotSent) {
     EXPECT_FALSE(port.channel.WriteSettings(empty, qx::kPortSet)) << "the driver refuses it";
     ASSERT_EQ(Driver().writes.size(), 1U);
     EXPECT_EQ(Driver().writes[0].size(), 8U);
+}
+
+// Both ways by which single bytes become text, and what a failed one leaves.
+TEST_F(Channel, FailedConversionsMarkTheText) {
+    qx::CSsInformationSet set;
+    qx::StringHolder name{Text(TEXT("old")), 0};
+    qx::RegisteredDefault none;
+    ASSERT_TRUE(set.AddElement(TEXT("Name"), &name, qx::kStringElement, none));
+    const auto decode = [&](const Bytes& stream, DWORD options) {
+        auto count = static_cast<DWORD>(stream.size());
+        return set.Decode(stream.data(), count, options);
+    };
+    instruments().Inject({"MultiByteToWideChar", 1, false, ERROR_NO_UNICODE_TRANSLATION});
+    EXPECT_FALSE(decode({'U', 'S', 'B', 0}, qx::SS_TERMINATED));
+    EXPECT_EQ(name.status, -1);
+    EXPECT_EQ(name.text, Text(TEXT("old")));
+
+    ASSERT_NE(std::setlocale(LC_CTYPE, "C.UTF-8"), nullptr);
+    EXPECT_FALSE(decode({3, 0, 0, 0, 'U', 0xF0, 0x9F}, qx::SS_LENGTH_PREFIXED)) << "half a character";
+    EXPECT_EQ(name.status, -1);
+    EXPECT_FALSE(decode({2, 0, 0, 0, 0xFF, 'U'}, qx::SS_LENGTH_PREFIXED)) << "no character";
+    EXPECT_TRUE(decode({6, 0, 0, 0, 0xC3, 0xA9, 0xF0, 0x9F, 0x94, 0x8C}, qx::SS_LENGTH_PREFIXED));
+    EXPECT_EQ(name.status, 0);
+    EXPECT_EQ(name.text, Text(TEXT("\u00E9\xD83D\xDD0C")))
+        << "one character beyond the basic plane, two units";
+    std::setlocale(LC_CTYPE, "C");
 }
 
 // Finds the channel and the adapter, reads both sets, and at last writes the chosen one.
