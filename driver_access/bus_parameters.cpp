@@ -36,12 +36,12 @@ constexpr BusElement kBusElements[] = {
 CQxUBusUserModeInterface::CQxUBusUserModeInterface() noexcept {
     for (const BusElement& element : kBusElements) {
         // Freed with the loop's turn when the element cannot be registered.
-        RegisteredDefault registered;
         if (element.number == nullptr) {
-            registered = std::unique_ptr<StringHolder>(new (std::nothrow) StringHolder);
+            RegisteredDefault registered(std::unique_ptr<StringHolder>(new (std::nothrow) StringHolder));
             static_cast<void>(AddElement(element.name, &InterfaceType, kStringElement, registered));
         } else {
-            registered = std::unique_ptr<DWORD>(new (std::nothrow) DWORD(element.registered));
+            RegisteredDefault registered(
+                std::unique_ptr<DWORD>(new (std::nothrow) DWORD(element.registered)));
             static_cast<void>(AddElement(element.name, &(this->*element.number), kNumberElement, registered));
         }
     }
