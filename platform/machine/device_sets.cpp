@@ -201,4 +201,4 @@ BOOL WINAPI SetupDiGetDeviceInstanceIdW(HDEVINFO handle, PSP_DEVINFO_DATA data, 
     return call.Return(TRUE);
 }
 
-}  // namespace qxsim
+}  // namespace QX_SIMULATOR_API

@@ -247,4 +247,4 @@ DWORD AnswerDriverRequest(Call& call, Device& device, DWORD code, const Bytes& i
     return ERROR_SUCCESS;
 }
 
-}  // namespace qxsim
+}  // namespace QX_SIMULATOR_API

@@ -347,4 +347,4 @@ std::string Call::Join(std::initializer_list<std::string> parts) {
     return joined;
 }
 
-}  // namespace qxsim
+}  // namespace QX_SIMULATOR_API

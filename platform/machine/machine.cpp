@@ -376,7 +376,8 @@ std::unique_ptr<Machine> Machine::Reopen(const MachineState& state) {
 
 std::unique_ptr<Machine> Machine::Clone() const {
     auto twin = std::make_unique<Machine>();
-    static_cast<MachineState&>(*twin) = *this;
+    // Only the state is copied, on purpose.
+    static_cast<MachineState&>(*twin) = *this;  // NOLINT(cppcoreguidelines-slicing)
     twin->database_broken = database_broken;
     twin->refused_mutexes = refused_mutexes;
     twin->clock = clock;
@@ -524,8 +525,8 @@ DEVINST Machine::AddDevice(DEVINST parent, const DeviceSpec& spec) {
         const std::string guid = FormatGuid(device.setup_class);
         for (unsigned number = 0; driver.empty(); ++number) {
             const std::string digits = std::to_string(number);
-            const std::string candidate =
-                guid + "\\" + std::string(4 - std::min<std::size_t>(digits.size(), 4), '0') + digits;
+            std::string candidate = guid + "\\";
+            candidate.append(4 - std::min<std::size_t>(digits.size(), 4), '0').append(digits);
             if (!taken([&](const Device& other) { return PropertyText(other, SPDRP_DRIVER) == candidate; }))
                 driver = candidate;
         }
@@ -817,4 +818,4 @@ HDEVINFO HandDevice(Machine& machine, const Device& device, SP_DEVINFO_DATA& ele
     return MakeHandle<HDEVINFO>(number);
 }
 
-}  // namespace qxsim
+}  // namespace QX_SIMULATOR_API

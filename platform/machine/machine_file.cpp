@@ -822,7 +822,10 @@ Json WriteRefusals(const RegistryKey& key) {
 template <typename LeaveOut>
 void WriteKeys(Json& json, const RegistryKey& key, const WideString& path, const LeaveOut& leave_out) {
     for (const auto& [name, subkey] : key.subkeys) {
-        const WideString own = path.empty() ? name : path + static_cast<WCHAR>('\\') + name;
+        WideString own = path;
+        if (!own.empty())
+            own += static_cast<WCHAR>('\\');
+        own += name;
         if (leave_out(own))
             continue;
         const bool volatility_changes = subkey->is_volatile != key.is_volatile;
@@ -1056,4 +1059,4 @@ void Machine::Save(const std::filesystem::path& file) const {
     }
 }
 
-}  // namespace qxsim
+}  // namespace QX_SIMULATOR_API

@@ -165,4 +165,4 @@ NameReport ReportNames(const Machine& machine) {
     return report;
 }
 
-}  // namespace qxsim
+}  // namespace QX_SIMULATOR_API
