@@ -64,6 +64,9 @@ class Tooltip final : public Control {
             std::ranges::find_if(tools_, [&](const Tool& known) { return known.Covers(control); });
         if (tool == tools_.end() || !active_ || !(tool->flags & TTF_SUBCLASS))
             return std::nullopt;
+        // A disabled control gets no mouse messages, so its tooltip never wakes.
+        if (const WindowRef ref = FindWindowRef(control); !ref || !ref->Enabled())
+            return std::nullopt;
         if (!(window_.style & TTS_ALWAYSTIP) && ActiveWindow() != RootOf(control))
             return std::nullopt;
         std::optional<WideString> text = tool->text;

@@ -57,6 +57,7 @@ TEST_F(ResourceScript, GivesEveryInputATipAndAHelpText) {
             if (!IsInput(control))
                 continue;
             SCOPED_TRACE("control " + std::to_string(control.id));
+            EnableWindow(control.window, TRUE);  // a disabled control shows no tip
             const auto tip = Desktop::The().HoverTip(control.window);
             ASSERT_TRUE(tip);
             EXPECT_NE(tip->text, "");
