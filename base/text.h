@@ -70,14 +70,15 @@ class Text {
 // One argument of Format.
 class FormatArgument {
   public:
+    // NOLINTBEGIN(google-explicit-constructor): arguments are written as they are
     // A 32-bit number of either sign; the conversion decides how its bits are read.
     template <std::integral Number>
     requires(sizeof(Number) == sizeof(int)) FormatArgument(Number value)
-    noexcept  // NOLINT(google-explicit-constructor)
-        : kind_(Kind::Number), number_(static_cast<int>(value)) {}
-    FormatArgument(WCHAR value) noexcept : kind_(Kind::Character), character_(value) {}  // NOLINT
-    FormatArgument(const Text& value) : kind_(Kind::String), text_(value) {}             // NOLINT
-    FormatArgument(const WCHAR* value) : kind_(Kind::String), text_(value) {}            // NOLINT
+    noexcept : kind_(Kind::Number), number_(static_cast<int>(value)) {}
+    FormatArgument(WCHAR value) noexcept : kind_(Kind::Character), character_(value) {}
+    FormatArgument(const Text& value) : kind_(Kind::String), text_(value) {}
+    FormatArgument(const WCHAR* value) : kind_(Kind::String), text_(value) {}
+    // NOLINTEND(google-explicit-constructor)
 
   private:
     friend Text FormatWith(TextView format, std::initializer_list<FormatArgument> arguments);
