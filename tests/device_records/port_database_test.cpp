@@ -79,8 +79,10 @@ TEST_F(PortDatabase, NamesForTheChoiceBox) {
 TEST_F(PortDatabase, AnUnopenedHolderAnswersNo) {
     CPortUtil util;
     const auto denied = [&] {
+        const auto asked = instruments().CallCount("ComDBGetCurrentPortUsage");
         EXPECT_FALSE(util.IsPortFree(4));
         EXPECT_TRUE(util.ListComNames(Text()).empty());
+        EXPECT_EQ(instruments().CallCount("ComDBGetCurrentPortUsage"), asked) << "without asking";
         EXPECT_FALSE(util.ReleasePort(4));
         EXPECT_FALSE(util.ClaimPort(4, true));
         EXPECT_FALSE(machine().Claimed(4));
