@@ -94,7 +94,8 @@ TEST_F(FaultSweep, LeavesNothingOpenAndNothingHalfDone) {
         for (const bool for_good : {false, true}) {
             std::uint64_t calls = 0;
             do {
-                const std::string wrong = Run(visit, qxsim::Fault{.function = {}, .nth = ++calls, .for_good = for_good, .error = 0});
+                const std::string wrong = Run(
+                    visit, qxsim::Fault{.function = {}, .nth = ++calls, .for_good = for_good, .error = 0});
                 ASSERT_EQ(wrong, "") << visit.name << ", call " << calls
                                      << (for_good ? " and all after it" : "") << " failed";
                 ASSERT_LT(calls, 100000U);
