@@ -161,7 +161,7 @@ HandedDevice Session::Hand(const Device& device) {
 }
 
 std::string ShownName(const qxsim::Machine& machine, const Device& device) {
-    for (const DWORD property : {SPDRP_FRIENDLYNAME, SPDRP_DEVICEDESC})
+    for (const DWORD property : {DWORD{SPDRP_FRIENDLYNAME}, DWORD{SPDRP_DEVICEDESC}})
         if (std::string text = machine.PropertyText(device, property); !text.empty())
             return text;
     return ToUtf8(device.id);

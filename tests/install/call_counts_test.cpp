@@ -121,7 +121,7 @@ TEST_F(CallCounts, AreWhatTheStepsDemand) {
             qx::CCOMPortUtil(port.set, port.element).RenameComPort(TEXT("COM8"), nullptr, false, false));
     });
     for (const bool reversed : {false, true})
-        for (const std::size_t n : {2, 4, 16, 64, 254}) {
+        for (const std::size_t n : {2U, 4U, 16U, 64U, 254U}) {
             Use(std::make_unique<qxsim::Machine>());
             const AdapterSpec adapter = Numbered(n, reversed);
             AddAdapter(machine(), adapter);
@@ -133,7 +133,7 @@ TEST_F(CallCounts, AreWhatTheStepsDemand) {
                     [&] { EXPECT_TRUE(qx::OrderChildPortNames(port.set, port.element)); });
             EXPECT_EQ(NamesOf(machine(), adapter), Numbered(n, false).names);
         }
-    for (const std::size_t n : {1, 4, 16, 64}) {
+    for (const std::size_t n : {1U, 4U, 16U, 64U}) {
         Use(std::make_unique<qxsim::Machine>());
         const AdapterSpec adapter = Numbered(n, false);
         AddAdapter(machine(), adapter);

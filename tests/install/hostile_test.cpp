@@ -52,7 +52,8 @@ class Hostile : public InstallTest {
     }
     void AskEverything(const std::string& id) {
         for (const CoInstaller entry : {&QxUCoInstallPort, &QxUCoInstallCard, &QxUCoInstallGpio})
-            for (const DI_FUNCTION request : {DIF_INSTALLDEVICE, DIF_UPDATEDRIVER_UI, DIF_REMOVE})
+            for (const DI_FUNCTION request :
+                 std::initializer_list<DI_FUNCTION>{DIF_INSTALLDEVICE, DIF_UPDATEDRIVER_UI, DIF_REMOVE})
                 installer().Ask(entry, request, id);
         installer().CallBackPort(id);
     }

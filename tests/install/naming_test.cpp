@@ -63,7 +63,7 @@ TEST_F(Reinstallation, OfFourPortsGivesTheUsersNamesAndSettingsBack) {
     installer().BeginReinstall(adapter);
     // The new driver has capabilities of its own, and the ports come up under other names.
     machine().WriteDword(key(0), "SupportedBaudRates", 0xABCD);
-    for (const std::size_t i : {2, 0, 3, 1})
+    for (const std::size_t i : {2U, 0U, 3U, 1U})
         installer().InstallPort(PortId(adapter, i));
 
     EXPECT_EQ(NamesOf(machine(), adapter), adapter.names);

@@ -26,9 +26,9 @@ class Requests : public InstallTest {
 TEST_F(Requests, OthersAreAnsweredWithoutACall) {
     instruments().Reset();
     for (const CoInstaller entry : kEntries)
-        for (const DI_FUNCTION request :
-             {DIF_SELECTDEVICE, DIF_PROPERTYCHANGE, DIF_NEWDEVICEWIZARD_FINISHINSTALL, DIF_INSTALLINTERFACES,
-              DIF_REGISTER_COINSTALLERS})
+        for (const DI_FUNCTION request : std::initializer_list<DI_FUNCTION>{
+                 DIF_SELECTDEVICE, DIF_PROPERTYCHANGE, DIF_NEWDEVICEWIZARD_FINISHINSTALL,
+                 DIF_INSTALLINTERFACES, DIF_REGISTER_COINSTALLERS})
             for (const bool post : {false, true})
                 EXPECT_EQ(installer().Ask(entry, request, PortId(adapter, 0), post), DWORD{NO_ERROR});
     // A first call of an installation asks to be called back, and only the adapter's has something to do
