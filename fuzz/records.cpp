@@ -66,7 +66,8 @@ void CheckProperty(Bench& bench, DWORD type, const qxsim::Bytes& bytes) {
     bench.machine.Find(kPort)->properties[SPDRP_FRIENDLYNAME] = {type, bytes};
     Text value(TEXT("before"));
     const bool read = qx::CQXDeviceRegInfo(bench.set, bench.element).GetFriendlyName(value);
-    const bool is_text = type == REG_SZ || type == REG_EXPAND_SZ || type == REG_MULTI_SZ;
+    // A property without data is one that the device does not have.
+    const bool is_text = !bytes.empty() && (type == REG_SZ || type == REG_EXPAND_SZ || type == REG_MULTI_SZ);
     Require(read == is_text, "texts are read and nothing else");
     Require(value.view() == (is_text ? TextView(Spelled(bytes)) : TextView(TEXT("before"))),
             "a property is its bytes up to their NUL, and a failed read changes nothing");
