@@ -1,6 +1,6 @@
 # Reads Google Benchmark's CSV and prints a table: time, and where `base` names a row, how many times that row's time.
 # Usage: awk -F, -v base=NAME -f report.awk < csv
-NR == 1 { for (i = 1; i <= NF; i++) column[$i] = i; next }
+NR == 1 { gsub(/"/, ""); for (i = 1; i <= NF; i++) column[$i] = i; next }
 {
     gsub(/"/, "")
     name[++rows] = $1
