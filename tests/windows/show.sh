@@ -26,5 +26,5 @@ tests/windows/wine.sh run $host --script-suite tests/scripts/pages-usb.script te
     --machines examples --pictures build/run/windows-pictures
 result=$?
 echo "pictures:"
-ls build/run/windows-pictures/*.png
+find build/run/windows-pictures -name "*.png" | sort
 exit $result
