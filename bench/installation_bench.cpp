@@ -12,7 +12,7 @@
 
 namespace {
 
-using qxsim::DeviceSpec;
+using qxsim::DeviceRecipe;
 using qxsim::Machine;
 
 constexpr const char* kAdapter = "USB\\VID_0F7A&PID_1116\\BENCH";
@@ -24,12 +24,12 @@ std::string PortId(unsigned index) {
 // An adapter whose ports have the numbers from 1 on, ascending along the tree or descending.
 std::unique_ptr<Machine> Adapter(unsigned ports, bool reversed) {
     auto machine = std::make_unique<Machine>();
-    DeviceSpec adapter;
+    DeviceRecipe adapter;
     adapter.id = kAdapter;
     adapter.setup_class = "USB";
     const DEVINST node = machine->AddDevice(Machine::kRoot, adapter);
     for (unsigned i = 0; i < ports; ++i) {
-        DeviceSpec port;
+        DeviceRecipe port;
         port.id = PortId(i);
         port.port = "COM" + std::to_string(reversed ? ports - i : i + 1);
         machine->AddDevice(node, port);

@@ -61,7 +61,7 @@ void Close(HWND sheet) {
 
 // A computer with one port that has a control device.
 void AddPort(Machine& machine) {
-    qxsim::DeviceSpec port;
+    qxsim::DeviceRecipe port;
     port.id = kPort;
     port.port = "COM5";
     machine.AddDevice(Machine::kRoot, port);

@@ -19,7 +19,7 @@ namespace {
 
 using qxfuzz::Input;
 using qxfuzz::Require;
-using qxsim::DeviceSpec;
+using qxsim::DeviceRecipe;
 using qxsim::Machine;
 
 // Parents of ports: ordinary adapters, a product of several devices, and fixed-number products.
@@ -51,10 +51,10 @@ Bench Furnish(Machine& machine, Input& input) {
     const bool all_run = input.Below(2) != 0;
     const std::uint32_t adapters = 1 + input.Below(4);
     for (std::uint32_t a = 0; a < adapters; ++a) {
-        DeviceSpec hub;
+        DeviceRecipe hub;
         hub.id = "USB\\HUB\\" + std::to_string(a);
         hub.setup_class = "USB";
-        DeviceSpec adapter;
+        DeviceRecipe adapter;
         adapter.id = std::string(all_run ? kAnyAdapter[input.Below(std::size(kAnyAdapter))]
                                          : kFreeAdapter[input.Below(std::size(kFreeAdapter))]) +
                      std::to_string(a);
@@ -65,7 +65,7 @@ Bench Furnish(Machine& machine, Input& input) {
         bench.adapters.push_back(adapter.id);
         const std::uint32_t ports = input.Below(6);
         for (std::uint32_t p = 0; p < ports; ++p) {
-            DeviceSpec port;
+            DeviceRecipe port;
             port.id = "QXPORT\\PORT" + std::to_string(p) + "\\" + std::to_string(a);
             port.port = FreeName(input, used);
             port.started = all_run || input.Below(8) != 0;
@@ -75,7 +75,7 @@ Bench Furnish(Machine& machine, Input& input) {
     }
     const std::uint32_t foreign = input.Below(4);
     for (std::uint32_t f = 0; f < foreign; ++f) {
-        DeviceSpec port;
+        DeviceRecipe port;
         port.id = "ACPI\\PNP0501\\" + std::to_string(f);
         port.port = FreeName(input, used);
         port.foreign = true;

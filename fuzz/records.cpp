@@ -20,10 +20,10 @@ constexpr const char* kPort = "USB\\VID_0F7A&PID_1001&MI_00\\7&1A2B3C&0&0000";
 // One computer for all runs: only the port's value and property change.
 struct Bench {
     Bench() : current(machine) {
-        qxsim::DeviceSpec spec;
-        spec.id = kPort;
-        spec.port = "COM5";
-        machine.AddDevice(qxsim::Machine::kRoot, spec);
+        qxsim::DeviceRecipe recipe;
+        recipe.id = kPort;
+        recipe.port = "COM5";
+        machine.AddDevice(qxsim::Machine::kRoot, recipe);
         set = qxsim::HandDevice(machine, *machine.Find(kPort), element);
         qxsim::Instruments::The().KeepTrace(false);
     }

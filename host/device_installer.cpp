@@ -279,11 +279,11 @@ void DeviceInstaller::RenewPorts(const std::string& adapter, bool renew_ports, u
         for (unsigned i = 1; i <= new_ports; ++i) {
             char instance[8];
             std::snprintf(instance, sizeof(instance), "%04u", i);
-            qxsim::DeviceSpec spec;
-            spec.id = "QXSER\\PORT" + std::to_string(i) + "\\" + serial + "&" + instance;
-            spec.setup_class = "Ports";
-            spec.started = false;
-            machine.AddDevice(machine.Find(adapter)->node, spec);
+            qxsim::DeviceRecipe recipe;
+            recipe.id = "QXSER\\PORT" + std::to_string(i) + "\\" + serial + "&" + instance;
+            recipe.setup_class = "Ports";
+            recipe.started = false;
+            machine.AddDevice(machine.Find(adapter)->node, recipe);
         }
         if (new_ports > 0)
             Say("(installer) the driver lists " + std::to_string(new_ports) + " ports");
@@ -294,23 +294,23 @@ void DeviceInstaller::RenewPorts(const std::string& adapter, bool renew_ports, u
     for (const std::string& id : ports) {
         // The same hardware under a new driver: identity, place and abilities stay; name and settings do not.
         Device& old = *machine.Find(id);
-        qxsim::DeviceSpec spec;
-        spec.id = id;
-        spec.setup_class = "Ports";
-        spec.description = machine.PropertyText(old, SPDRP_DEVICEDESC);
-        spec.started = false;
-        spec.plugged = old.plugged;
+        qxsim::DeviceRecipe recipe;
+        recipe.id = id;
+        recipe.setup_class = "Ports";
+        recipe.description = machine.PropertyText(old, SPDRP_DEVICEDESC);
+        recipe.started = false;
+        recipe.plugged = old.plugged;
         const DEVINST parent = old.parent;
         const auto hardware_ids = old.properties[SPDRP_HARDWAREID];
         const auto location = old.properties.find(SPDRP_LOCATION_INFORMATION);
         if (location != old.properties.end())
-            spec.location = machine.PropertyText(old, SPDRP_LOCATION_INFORMATION);
+            recipe.location = machine.PropertyText(old, SPDRP_LOCATION_INFORMATION);
         qxsim::ControlDevice control = *old.control;
         control.settings = control.defaults;
         control.bus = control.bus_defaults;
         control.writes.clear();
         machine.Remove(old);
-        machine.AddDevice(parent, spec);
+        machine.AddDevice(parent, recipe);
         Device& renewed = *machine.Find(id);
         renewed.properties[SPDRP_HARDWAREID] = hardware_ids;
         renewed.control = std::move(control);

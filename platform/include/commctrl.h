@@ -5,17 +5,13 @@
 #ifndef RC_INVOKED
 #include <prsht.h>
 
-#define ICC_BAR_CLASSES 0x00000004
-#define ICC_TAB_CLASSES 0x00000008
 #define ICC_WIN95_CLASSES 0x000000FF
 #define ICC_STANDARD_CLASSES 0x00004000
-#define ICC_LINK_CLASS 0x00008000
 
 #define WC_BUTTONW u"Button"
 #define WC_STATICW u"Static"
 #define WC_EDITW u"Edit"
 #define WC_COMBOBOXW u"ComboBox"
-#define WC_LINK u"SysLink"
 #define WC_TABCONTROLW u"SysTabControl32"
 #define TRACKBAR_CLASSW u"msctls_trackbar32"
 #define TOOLTIPS_CLASSW u"tooltips_class32"
@@ -26,18 +22,11 @@ typedef struct tagINITCOMMONCONTROLSEX {
 } INITCOMMONCONTROLSEX, *LPINITCOMMONCONTROLSEX;
 
 // --- general notifications ---
-#define NM_FIRST (0U - 0U)
-#define NM_CLICK (NM_FIRST - 2)
-#define NM_DBLCLK (NM_FIRST - 3)
-#define NM_RETURN (NM_FIRST - 4)
-#define NM_CUSTOMDRAW (NM_FIRST - 12)
-#define NM_RELEASEDCAPTURE (NM_FIRST - 16)
 
 // --- sliders ---
 #define TBM_GETPOS (WM_USER)
 #define TBM_GETRANGEMIN (WM_USER + 1)
 #define TBM_GETRANGEMAX (WM_USER + 2)
-#define TBM_SETTIC (WM_USER + 4)
 #define TBM_SETPOS (WM_USER + 5)
 #define TBM_SETRANGE (WM_USER + 6)
 #define TBM_SETRANGEMIN (WM_USER + 7)
@@ -60,50 +49,28 @@ typedef struct tagINITCOMMONCONTROLSEX {
 // --- tooltips ---
 #define TTS_ALWAYSTIP 0x01
 #define TTS_NOPREFIX 0x02
-#define TTS_NOANIMATE 0x10
-#define TTS_NOFADE 0x20
 #define TTS_BALLOON 0x40
 #define TTS_CLOSE 0x80
 #define TTF_IDISHWND 0x0001
-#define TTF_CENTERTIP 0x0002
 #define TTF_SUBCLASS 0x0010
-#define TTF_TRACK 0x0020
-#define TTF_TRANSPARENT 0x0100
-#define TTF_DI_SETITEM 0x8000
 #define TTDT_AUTOMATIC 0
 #define TTDT_RESHOW 1
 #define TTDT_AUTOPOP 2
 #define TTDT_INITIAL 3
-#define TTI_NONE 0
 #define TTI_INFO 1
-#define TTI_WARNING 2
 #define TTI_ERROR 3
 #define TTM_ACTIVATE (WM_USER + 1)
 #define TTM_SETDELAYTIME (WM_USER + 3)
-#define TTM_RELAYEVENT (WM_USER + 7)
 #define TTM_GETTOOLCOUNT (WM_USER + 13)
 #define TTM_GETDELAYTIME (WM_USER + 21)
 #define TTM_SETMAXTIPWIDTH (WM_USER + 24)
 #define TTM_GETMAXTIPWIDTH (WM_USER + 25)
-#define TTM_POP (WM_USER + 28)
-#define TTM_UPDATE (WM_USER + 29)
 #define TTM_SETTITLEW (WM_USER + 33)
-#define TTM_POPUP (WM_USER + 34)
-#define TTM_GETTITLE (WM_USER + 35)
 #define TTM_ADDTOOLW (WM_USER + 50)
 #define TTM_DELTOOLW (WM_USER + 51)
-#define TTM_GETTOOLINFOW (WM_USER + 53)
-#define TTM_SETTOOLINFOW (WM_USER + 54)
-#define TTM_GETTEXTW (WM_USER + 56)
-#define TTM_UPDATETIPTEXTW (WM_USER + 57)
-#define TTM_ENUMTOOLSW (WM_USER + 58)
 #define LPSTR_TEXTCALLBACKW ((LPWSTR)(INT_PTR)-1)
 #define TTN_FIRST (0U - 520U)
 #define TTN_GETDISPINFOW (TTN_FIRST - 10)
-#define TTN_NEEDTEXTW TTN_GETDISPINFOW
-#define TTN_SHOW (TTN_FIRST - 1)
-#define TTN_POP (TTN_FIRST - 2)
-#define TTN_LINKCLICK (TTN_FIRST - 3)
 
 // --- tabs ---
 #define TCM_FIRST 0x1300
@@ -155,11 +122,8 @@ typedef LRESULT(CALLBACK* SUBCLASSPROC)(HWND hWnd, UINT uMsg, WPARAM wParam, LPA
                                         UINT_PTR uIdSubclass, DWORD_PTR dwRefData);
 
 extern "C" {
-void WINAPI InitCommonControls();
 BOOL WINAPI InitCommonControlsEx(const INITCOMMONCONTROLSEX* picce);
 BOOL WINAPI SetWindowSubclass(HWND hWnd, SUBCLASSPROC pfnSubclass, UINT_PTR uIdSubclass, DWORD_PTR dwRefData);
-BOOL WINAPI GetWindowSubclass(HWND hWnd, SUBCLASSPROC pfnSubclass, UINT_PTR uIdSubclass,
-                              DWORD_PTR* pdwRefData);
 BOOL WINAPI RemoveWindowSubclass(HWND hWnd, SUBCLASSPROC pfnSubclass, UINT_PTR uIdSubclass);
 LRESULT WINAPI DefSubclassProc(HWND hWnd, UINT uMsg, WPARAM wParam, LPARAM lParam);
 }

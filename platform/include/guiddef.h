@@ -31,8 +31,6 @@ inline bool operator!=(const GUID& one, const GUID& other) {
 inline int IsEqualGUID(REFGUID one, REFGUID other) {
     return one == other ? 1 : 0;
 }
-#define IsEqualIID(one, other) IsEqualGUID(one, other)
-#define IsEqualCLSID(one, other) IsEqualGUID(one, other)
 #endif
 
 #undef DEFINE_GUID

@@ -4,29 +4,17 @@
 
 #define MAXPROPPAGES 100
 
-#define PSP_DEFAULT 0x0
-#define PSP_DLGINDIRECT 0x1
-#define PSP_USEHICON 0x2
-#define PSP_USEICONID 0x4
 #define PSP_USETITLE 0x8
-#define PSP_RTLREADING 0x10
-#define PSP_HASHELP 0x20
-#define PSP_USEREFPARENT 0x40
 #define PSP_USECALLBACK 0x80
-#define PSP_PREMATURE 0x400
 #define PSP_USEFUSIONCONTEXT 0x4000
 
 #define PSPCB_ADDREF 0
 #define PSPCB_RELEASE 1
 #define PSPCB_CREATE 2
 
-#define PSH_DEFAULT 0x00000000
 #define PSH_PROPTITLE 0x00000001
-#define PSH_USEHICON 0x00000002
-#define PSH_USEICONID 0x00000004
 #define PSH_PROPSHEETPAGE 0x00000008
 #define PSH_WIZARD 0x00000020
-#define PSH_USEPSTARTPAGE 0x00000040
 #define PSH_NOAPPLYNOW 0x00000080
 #define PSH_USECALLBACK 0x00000100
 #define PSH_HASHELP 0x00000200
@@ -43,22 +31,14 @@
 #define PSN_APPLY (PSN_FIRST - 2)
 #define PSN_RESET (PSN_FIRST - 3)
 #define PSN_HELP (PSN_FIRST - 5)
-#define PSN_WIZBACK (PSN_FIRST - 6)
-#define PSN_WIZNEXT (PSN_FIRST - 7)
-#define PSN_WIZFINISH (PSN_FIRST - 8)
 #define PSN_QUERYCANCEL (PSN_FIRST - 9)
-#define PSN_GETOBJECT (PSN_FIRST - 10)
-#define PSN_TRANSLATEACCELERATOR (PSN_FIRST - 12)
 #define PSN_QUERYINITIALFOCUS (PSN_FIRST - 13)
 
 #define PSNRET_NOERROR 0
 #define PSNRET_INVALID 1
 #define PSNRET_INVALID_NOCHANGEPAGE 2
-#define PSNRET_MESSAGEHANDLED 3
 
 #define PSM_SETCURSEL (WM_USER + 101)
-#define PSM_REMOVEPAGE (WM_USER + 102)
-#define PSM_ADDPAGE (WM_USER + 103)
 #define PSM_CHANGED (WM_USER + 104)
 #define PSM_RESTARTWINDOWS (WM_USER + 105)
 #define PSM_REBOOTSYSTEM (WM_USER + 106)
@@ -67,21 +47,15 @@
 #define PSM_UNCHANGED (WM_USER + 109)
 #define PSM_APPLY (WM_USER + 110)
 #define PSM_PRESSBUTTON (WM_USER + 113)
-#define PSM_SETCURSELID (WM_USER + 114)
 #define PSM_GETTABCONTROL (WM_USER + 116)
-#define PSM_ISDIALOGMESSAGE (WM_USER + 117)
 #define PSM_GETCURRENTPAGEHWND (WM_USER + 118)
 #define PSM_SETTITLEW (WM_USER + 120)
 #define PSM_HWNDTOINDEX (WM_USER + 129)
 #define PSM_INDEXTOHWND (WM_USER + 130)
 #define PSM_PAGETOINDEX (WM_USER + 131)
 #define PSM_INDEXTOPAGE (WM_USER + 132)
-#define PSM_INDEXTOID (WM_USER + 134)
 #define PSM_GETRESULT (WM_USER + 135)
 
-#define PSBTN_BACK 0
-#define PSBTN_NEXT 1
-#define PSBTN_FINISH 2
 #define PSBTN_OK 3
 #define PSBTN_APPLYNOW 4
 #define PSBTN_CANCEL 5
@@ -90,12 +64,6 @@
 #define ID_PSREBOOTSYSTEM (ID_PSRESTARTWINDOWS | 0x1)
 
 // Sizes of pages in dialog units that the platform recommends.
-#define PROP_SM_CXDLG 212
-#define PROP_SM_CYDLG 188
-#define PROP_MED_CXDLG 227
-#define PROP_MED_CYDLG 215
-#define PROP_LG_CXDLG 252
-#define PROP_LG_CYDLG 218
 
 struct _PROPSHEETPAGEW;
 struct _PSP;
@@ -176,10 +144,6 @@ INT_PTR WINAPI PropertySheetW(LPCPROPSHEETHEADERW);
 
 #define PropSheet_SetCurSel(sheet, page, index) \
     SendMessageW(sheet, PSM_SETCURSEL, (WPARAM)(index), (LPARAM)(page))
-#define PropSheet_Changed(sheet, page) SendMessageW(sheet, PSM_CHANGED, (WPARAM)(page), (LPARAM)0)
-#define PropSheet_UnChanged(sheet, page) SendMessageW(sheet, PSM_UNCHANGED, (WPARAM)(page), (LPARAM)0)
 #define PropSheet_PressButton(sheet, button) PostMessageW(sheet, PSM_PRESSBUTTON, (WPARAM)(button), 0)
-#define PropSheet_GetTabControl(sheet) ((HWND)SendMessageW(sheet, PSM_GETTABCONTROL, (WPARAM)0, (LPARAM)0))
 #define PropSheet_GetCurrentPageHwnd(sheet) \
     ((HWND)SendMessageW(sheet, PSM_GETCURRENTPAGEHWND, (WPARAM)0, (LPARAM)0))
-#define PropSheet_IndexToHwnd(sheet, index) ((HWND)SendMessageW(sheet, PSM_INDEXTOHWND, (WPARAM)(index), 0))

@@ -15,11 +15,6 @@
 #define FAR
 #define IN
 #define OUT
-#define EXTERN_C extern "C"
-#define STDAPI EXTERN_C HRESULT STDAPICALLTYPE
-#define STDAPI_(type) EXTERN_C type STDAPICALLTYPE
-#define DECLSPEC_SELECTANY __attribute__((weak))
-#define UNREFERENCED_PARAMETER(parameter) ((void)(parameter))
 
 #define TRUE 1
 #define FALSE 0
@@ -116,8 +111,6 @@ typedef struct _FILETIME {
 
 #define __TEXT(quote) u##quote
 #define TEXT(quote) __TEXT(quote)
-#define _T(text) u##text
-#define OLESTR(text) u##text
 
 #define DECLARE_HANDLE(name) \
     struct name##__ {        \
@@ -170,14 +163,11 @@ typedef struct tagRECT {
 } RECT, *PRECT, *LPRECT;
 typedef const RECT* LPCRECT;
 
-#define MAKEWORD(low, high) \
-    ((WORD)(((BYTE)((DWORD_PTR)(low)&0xff)) | ((WORD)((BYTE)((DWORD_PTR)(high)&0xff))) << 8))
 #define MAKELONG(low, high) \
     ((LONG)(((WORD)((DWORD_PTR)(low)&0xffff)) | ((DWORD)((WORD)((DWORD_PTR)(high)&0xffff))) << 16))
 #define LOWORD(value) ((WORD)((DWORD_PTR)(value)&0xffff))
 #define HIWORD(value) ((WORD)(((DWORD_PTR)(value) >> 16) & 0xffff))
 #define LOBYTE(value) ((BYTE)((DWORD_PTR)(value)&0xff))
-#define HIBYTE(value) ((BYTE)(((DWORD_PTR)(value) >> 8) & 0xff))
 #define MAKEWPARAM(low, high) ((WPARAM)(DWORD)MAKELONG(low, high))
 #define MAKELPARAM(low, high) ((LPARAM)(DWORD)MAKELONG(low, high))
 #define MAKELRESULT(low, high) ((LRESULT)(DWORD)MAKELONG(low, high))
@@ -190,9 +180,7 @@ typedef const RECT* LPCRECT;
 #define MAKELCID(language, sort) ((DWORD)((((DWORD)((WORD)(sort))) << 16) | ((DWORD)((WORD)(language)))))
 #define SORT_DEFAULT 0x0
 #define LANG_SYSTEM_DEFAULT (MAKELANGID(LANG_NEUTRAL, SUBLANG_SYS_DEFAULT))
-#define LANG_USER_DEFAULT (MAKELANGID(LANG_NEUTRAL, SUBLANG_DEFAULT))
 #define LOCALE_SYSTEM_DEFAULT (MAKELCID(LANG_SYSTEM_DEFAULT, SORT_DEFAULT))
-#define LOCALE_USER_DEFAULT (MAKELCID(LANG_USER_DEFAULT, SORT_DEFAULT))
 #define LOCALE_NEUTRAL (MAKELCID(MAKELANGID(LANG_NEUTRAL, SUBLANG_NEUTRAL), SORT_DEFAULT))
 
 #define MAKEINTRESOURCEW(id) ((LPWSTR)((ULONG_PTR)((WORD)(id))))

@@ -5,10 +5,6 @@
 #define CTL_CODE(device, function, method, access) \
     (((device) << 16) | ((access) << 14) | ((function) << 2) | (method))
 #define METHOD_BUFFERED 0
-#define METHOD_IN_DIRECT 1
-#define METHOD_OUT_DIRECT 2
-#define METHOD_NEITHER 3
-#define FILE_ANY_ACCESS 0
 #define FILE_READ_ACCESS 0x0001
 #define FILE_WRITE_ACCESS 0x0002
 #define FILE_DEVICE_SERIAL_PORT 0x0000001b

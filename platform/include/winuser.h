@@ -11,19 +11,14 @@ typedef BOOL(CALLBACK* WNDENUMPROC)(HWND, LPARAM);
 #define WM_NULL 0x0000
 #define WM_CREATE 0x0001
 #define WM_DESTROY 0x0002
-#define WM_MOVE 0x0003
-#define WM_SIZE 0x0005
-#define WM_ACTIVATE 0x0006
 #define WM_SETFOCUS 0x0007
 #define WM_KILLFOCUS 0x0008
 #define WM_ENABLE 0x000A
-#define WM_SETREDRAW 0x000B
 #define WM_SETTEXT 0x000C
 #define WM_GETTEXT 0x000D
 #define WM_GETTEXTLENGTH 0x000E
 #define WM_PAINT 0x000F
 #define WM_CLOSE 0x0010
-#define WM_QUIT 0x0012
 #define WM_ERASEBKGND 0x0014
 #define WM_SHOWWINDOW 0x0018
 #define WM_SETCURSOR 0x0020
@@ -31,39 +26,28 @@ typedef BOOL(CALLBACK* WNDENUMPROC)(HWND, LPARAM);
 #define WM_GETFONT 0x0031
 #define WM_NOTIFY 0x004E
 #define WM_HELP 0x0053
-#define WM_CONTEXTMENU 0x007B
 #define WM_NCCREATE 0x0081
 #define WM_NCDESTROY 0x0082
-#define WM_NCHITTEST 0x0084
 #define WM_GETDLGCODE 0x0087
 #define WM_KEYDOWN 0x0100
 #define WM_KEYUP 0x0101
 #define WM_CHAR 0x0102
-#define WM_SYSCHAR 0x0106
 #define WM_INITDIALOG 0x0110
 #define WM_COMMAND 0x0111
-#define WM_SYSCOMMAND 0x0112
 #define WM_HSCROLL 0x0114
-#define WM_VSCROLL 0x0115
 #define WM_CTLCOLORMSGBOX 0x0132
 #define WM_CTLCOLOREDIT 0x0133
-#define WM_CTLCOLORLISTBOX 0x0134
 #define WM_CTLCOLORBTN 0x0135
 #define WM_CTLCOLORDLG 0x0136
-#define WM_CTLCOLORSCROLLBAR 0x0137
 #define WM_CTLCOLORSTATIC 0x0138
-#define WM_MOUSEMOVE 0x0200
 #define WM_LBUTTONDOWN 0x0201
 #define WM_LBUTTONUP 0x0202
 #define WM_USER 0x0400
 #define WM_APP 0x8000
 
-#define SC_CLOSE 0xF060
-#define DLGC_WANTARROWS 0x0001
 #define DLGC_WANTALLKEYS 0x0004
 #define DLGC_BUTTON 0x2000
 #define DLGC_STATIC 0x0100
-#define HTCLIENT 1
 
 // --- dialogs and windows ---
 #define DWLP_MSGRESULT 0
@@ -77,15 +61,10 @@ typedef BOOL(CALLBACK* WNDENUMPROC)(HWND, LPARAM);
 #define GWLP_ID (-12)
 #define GWLP_USERDATA (-21)
 #define CW_USEDEFAULT ((int)0x80000000)
-#define HWND_DESKTOP ((HWND)0)
-#define HWND_TOP ((HWND)0)
-#define HWND_TOPMOST ((HWND)(LONG_PTR)-1)
 #define HWND_MESSAGE ((HWND)(LONG_PTR)-3)
 #define SW_HIDE 0
 #define SW_SHOWNORMAL 1
-#define SW_NORMAL 1
 #define SW_SHOW 5
-#define SW_SHOWNA 8
 #define SWP_NOSIZE 0x0001
 #define SWP_NOMOVE 0x0002
 #define SWP_NOZORDER 0x0004
@@ -95,28 +74,17 @@ typedef BOOL(CALLBACK* WNDENUMPROC)(HWND, LPARAM);
 #define GW_HWNDPREV 3
 #define GW_OWNER 4
 #define GW_CHILD 5
-#define GA_PARENT 1
-#define GA_ROOT 2
 #define DM_GETDEFID (WM_USER + 0)
-#define DM_SETDEFID (WM_USER + 1)
-#define COLOR_WINDOW 5
-#define COLOR_WINDOWTEXT 8
-#define COLOR_BTNFACE 15
-#define COLOR_GRAYTEXT 17
-#define COLOR_HOTLIGHT 26
 
 // --- buttons and statics ---
 #define BN_CLICKED 0
-#define BN_DOUBLECLICKED 5
 #define BM_GETCHECK 0x00F0
 #define BM_SETCHECK 0x00F1
 #define BM_GETSTATE 0x00F2
 #define BM_CLICK 0x00F5
 #define BST_UNCHECKED 0x0000
 #define BST_CHECKED 0x0001
-#define BST_INDETERMINATE 0x0002
 #define STN_CLICKED 0
-#define STN_DBLCLK 1
 #define STM_SETICON 0x0170
 #define STM_GETICON 0x0171
 #define STM_SETIMAGE 0x0172
@@ -130,7 +98,6 @@ typedef BOOL(CALLBACK* WNDENUMPROC)(HWND, LPARAM);
 #define EM_GETSEL 0x00B0
 #define EM_SETSEL 0x00B1
 #define EM_LIMITTEXT 0x00C5
-#define EM_SETLIMITTEXT EM_LIMITTEXT
 #define EM_GETLIMITTEXT 0x00D5
 #define EM_REPLACESEL 0x00C2
 #define EM_SETREADONLY 0x00CF
@@ -138,9 +105,7 @@ typedef BOOL(CALLBACK* WNDENUMPROC)(HWND, LPARAM);
 // --- choice boxes ---
 #define CB_OKAY 0
 #define CB_ERR (-1)
-#define CB_ERRSPACE (-2)
 #define CBN_SELCHANGE 1
-#define CBN_DBLCLK 2
 #define CBN_SETFOCUS 3
 #define CBN_KILLFOCUS 4
 #define CBN_EDITCHANGE 5
@@ -148,10 +113,7 @@ typedef BOOL(CALLBACK* WNDENUMPROC)(HWND, LPARAM);
 #define CBN_DROPDOWN 7
 #define CBN_CLOSEUP 8
 #define CBN_SELENDOK 9
-#define CBN_SELENDCANCEL 10
-#define CB_GETEDITSEL 0x0140
 #define CB_LIMITTEXT 0x0141
-#define CB_SETEDITSEL 0x0142
 #define CB_ADDSTRING 0x0143
 #define CB_DELETESTRING 0x0144
 #define CB_GETCOUNT 0x0146
@@ -178,32 +140,17 @@ typedef BOOL(CALLBACK* WNDENUMPROC)(HWND, LPARAM);
 #define MB_YESNO 0x00000004
 #define MB_RETRYCANCEL 0x00000005
 #define MB_ICONHAND 0x00000010
-#define MB_ICONQUESTION 0x00000020
-#define MB_ICONEXCLAMATION 0x00000030
 #define MB_ICONASTERISK 0x00000040
-#define MB_ICONWARNING MB_ICONEXCLAMATION
 #define MB_ICONERROR MB_ICONHAND
 #define MB_ICONINFORMATION MB_ICONASTERISK
-#define MB_ICONSTOP MB_ICONHAND
 #define MB_TYPEMASK 0x0000000F
 #define MB_ICONMASK 0x000000F0
 #define MB_DEFMASK 0x00000F00
-#define MB_DEFBUTTON1 0x00000000
 #define MB_DEFBUTTON2 0x00000100
-#define MB_APPLMODAL 0x00000000
-#define MB_TASKMODAL 0x00002000
-#define MB_SETFOREGROUND 0x00010000
-#define IDC_ARROW MAKEINTRESOURCE(32512)
 #define IDC_HAND MAKEINTRESOURCE(32649)
 
 // --- text, help, tracking ---
-#define DT_LEFT 0x00000000
-#define DT_WORDBREAK 0x00000010
-#define DT_SINGLELINE 0x00000020
-#define DT_CALCRECT 0x00000400
-#define DT_NOPREFIX 0x00000800
 #define HELPINFO_WINDOW 0x0001
-#define HELPINFO_MENUITEM 0x0002
 #define VK_TAB 0x09
 #define VK_RETURN 0x0D
 #define VK_ESCAPE 0x1B
@@ -217,13 +164,6 @@ typedef BOOL(CALLBACK* WNDENUMPROC)(HWND, LPARAM);
 #define VK_RIGHT 0x27
 #define VK_DOWN 0x28
 #define VK_F1 0x70
-#define SB_LINELEFT 0
-#define SB_LINERIGHT 1
-#define SB_PAGELEFT 2
-#define SB_PAGERIGHT 3
-#define SB_THUMBPOSITION 4
-#define SB_THUMBTRACK 5
-#define SB_ENDSCROLL 8
 
 typedef struct tagMSG {
     HWND hwnd;
@@ -274,15 +214,6 @@ typedef struct tagCOMBOBOXINFO {
     HWND hwndList;
 } COMBOBOXINFO, *PCOMBOBOXINFO, *LPCOMBOBOXINFO;
 
-typedef struct tagPAINTSTRUCT {
-    HDC hdc;
-    BOOL fErase;
-    RECT rcPaint;
-    BOOL fRestore;
-    BOOL fIncUpdate;
-    BYTE rgbReserved[32];
-} PAINTSTRUCT, *PPAINTSTRUCT, *LPPAINTSTRUCT;
-
 #pragma pack(push, 2)
 typedef struct {
     DWORD style;
@@ -305,7 +236,6 @@ HWND WINAPI CreateWindowExW(DWORD dwExStyle, LPCWSTR lpClassName, LPCWSTR lpWind
 BOOL WINAPI DestroyWindow(HWND hWnd);
 BOOL WINAPI IsWindow(HWND hWnd);
 BOOL WINAPI ShowWindow(HWND hWnd, int nCmdShow);
-BOOL WINAPI UpdateWindow(HWND hWnd);
 BOOL WINAPI EnableWindow(HWND hWnd, BOOL bEnable);
 BOOL WINAPI IsWindowEnabled(HWND hWnd);
 BOOL WINAPI IsWindowVisible(HWND hWnd);
@@ -314,7 +244,6 @@ HWND WINAPI GetFocus();
 HWND WINAPI GetActiveWindow();
 HWND WINAPI GetParent(HWND hWnd);
 HWND WINAPI GetWindow(HWND hWnd, UINT uCmd);
-HWND WINAPI GetAncestor(HWND hwnd, UINT gaFlags);
 BOOL WINAPI SetWindowTextW(HWND hWnd, LPCWSTR lpString);
 int WINAPI GetWindowTextW(HWND hWnd, LPWSTR lpString, int nMaxCount);
 int WINAPI GetWindowTextLengthW(HWND hWnd);
@@ -325,31 +254,17 @@ BOOL WINAPI GetClientRect(HWND hWnd, LPRECT lpRect);
 BOOL WINAPI GetWindowRect(HWND hWnd, LPRECT lpRect);
 BOOL WINAPI SetWindowPos(HWND hWnd, HWND hWndInsertAfter, int X, int Y, int cx, int cy, UINT uFlags);
 BOOL WINAPI InvalidateRect(HWND hWnd, const RECT* lpRect, BOOL bErase);
-BOOL WINAPI EnumWindows(WNDENUMPROC lpEnumFunc, LPARAM lParam);
 BOOL WINAPI EnumThreadWindows(DWORD dwThreadId, WNDENUMPROC lpfn, LPARAM lParam);
 BOOL WINAPI EnumChildWindows(HWND hWndParent, WNDENUMPROC lpEnumFunc, LPARAM lParam);
-DWORD WINAPI GetWindowThreadProcessId(HWND hWnd, LPDWORD lpdwProcessId);
 
 // Messages.
 LRESULT WINAPI SendMessageW(HWND hWnd, UINT Msg, WPARAM wParam, LPARAM lParam);
 BOOL WINAPI PostMessageW(HWND hWnd, UINT Msg, WPARAM wParam, LPARAM lParam);
 LRESULT WINAPI DefWindowProcW(HWND hWnd, UINT Msg, WPARAM wParam, LPARAM lParam);
-LRESULT WINAPI CallWindowProcW(WNDPROC lpPrevWndFunc, HWND hWnd, UINT Msg, WPARAM wParam, LPARAM lParam);
 
 // Dialogs.
-HWND WINAPI CreateDialogParamW(HINSTANCE hInstance, LPCWSTR lpTemplateName, HWND hWndParent,
-                               DLGPROC lpDialogFunc, LPARAM dwInitParam);
-INT_PTR WINAPI DialogBoxParamW(HINSTANCE hInstance, LPCWSTR lpTemplateName, HWND hWndParent,
-                               DLGPROC lpDialogFunc, LPARAM dwInitParam);
-BOOL WINAPI EndDialog(HWND hDlg, INT_PTR nResult);
 HWND WINAPI GetDlgItem(HWND hDlg, int nIDDlgItem);
 int WINAPI GetDlgCtrlID(HWND hWnd);
-BOOL WINAPI SetDlgItemTextW(HWND hDlg, int nIDDlgItem, LPCWSTR lpString);
-UINT WINAPI GetDlgItemTextW(HWND hDlg, int nIDDlgItem, LPWSTR lpString, int cchMax);
-LRESULT WINAPI SendDlgItemMessageW(HWND hDlg, int nIDDlgItem, UINT Msg, WPARAM wParam, LPARAM lParam);
-BOOL WINAPI CheckDlgButton(HWND hDlg, int nIDButton, UINT uCheck);
-UINT WINAPI IsDlgButtonChecked(HWND hDlg, int nIDButton);
-BOOL WINAPI MapDialogRect(HWND hDlg, LPRECT lpRect);
 BOOL WINAPI GetComboBoxInfo(HWND hwndCombo, PCOMBOBOXINFO pcbi);
 
 // Message boxes, sounds, resources.
@@ -361,15 +276,10 @@ HCURSOR WINAPI LoadCursorW(HINSTANCE hInstance, LPCWSTR lpCursorName);
 HCURSOR WINAPI SetCursor(HCURSOR hCursor);
 
 // Painting.
-HDC WINAPI BeginPaint(HWND hWnd, LPPAINTSTRUCT lpPaint);
-BOOL WINAPI EndPaint(HWND hWnd, const PAINTSTRUCT* lpPaint);
 HDC WINAPI GetDC(HWND hWnd);
 int WINAPI ReleaseDC(HWND hWnd, HDC hDC);
-int WINAPI DrawTextW(HDC hdc, LPCWSTR lpchText, int cchText, LPRECT lprc, UINT format);
 int WINAPI FillRect(HDC hDC, const RECT* lprc, HBRUSH hbr);
 BOOL WINAPI DrawFocusRect(HDC hDC, const RECT* lprc);
-DWORD WINAPI GetSysColor(int nIndex);
-HBRUSH WINAPI GetSysColorBrush(int nIndex);
 
 // Text.
 LPWSTR WINAPI CharUpperW(LPWSTR lpsz);

@@ -476,38 +476,40 @@ const Device* Machine::Node(DEVINST node) const {
     return const_cast<Machine*>(this)->Node(node);  // NOLINT(cppcoreguidelines-pro-type-const-cast)
 }
 
-DEVINST Machine::AddDevice(DEVINST parent, const DeviceSpec& spec) {
-    const WideString id = ToWide(spec.id);
-    if (spec.id.empty() || Find(WideView(id)) != nullptr)
-        throw std::invalid_argument("device id \"" + spec.id + "\" is empty or taken");
+DEVINST Machine::AddDevice(DEVINST parent, const DeviceRecipe& recipe) {
+    const WideString id = ToWide(recipe.id);
+    if (recipe.id.empty() || Find(WideView(id)) != nullptr)
+        throw std::invalid_argument("device id \"" + recipe.id + "\" is empty or taken");
     if (Node(parent) == nullptr)
-        throw std::invalid_argument("no parent for device \"" + spec.id + "\"");
+        throw std::invalid_argument("no parent for device \"" + recipe.id + "\"");
     const auto node = static_cast<DEVINST>(devices.size());
     devices.emplace_back();
     Device& device = devices.back();
     device.node = node;
     device.id = id;
     device.parent = parent;
-    device.class_name = ToWide(!spec.setup_class.empty() ? spec.setup_class : spec.port ? "Ports" : "System");
+    device.class_name = ToWide(!recipe.setup_class.empty() ? recipe.setup_class
+                               : recipe.port               ? "Ports"
+                                                           : "System");
     if (const SetupClass* known = FindSetupClass(ToUtf8(device.class_name)))
         device.setup_class = known->guid;
-    if (spec.class_guid)
-        device.setup_class = *spec.class_guid;
+    if (recipe.class_guid)
+        device.setup_class = *recipe.class_guid;
     const bool is_port = IsPort(device);
 
-    const std::string description = spec.description ? *spec.description
-                                    : is_port        ? std::string("Veltramark Serial Port")
-                                                     : spec.id;
+    const std::string description = recipe.description ? *recipe.description
+                                    : is_port          ? std::string("Veltramark Serial Port")
+                                                       : recipe.id;
     SetPropertyText(device, SPDRP_DEVICEDESC, description);
-    if (spec.friendly_name)
-        SetPropertyText(device, SPDRP_FRIENDLYNAME, *spec.friendly_name);
-    else if (spec.port)
-        SetPropertyText(device, SPDRP_FRIENDLYNAME, description + " (" + *spec.port + ")");
-    if (spec.location)
-        SetPropertyText(device, SPDRP_LOCATION_INFORMATION, *spec.location);
-    std::vector<std::string> hardware_ids = spec.hardware_ids;
+    if (recipe.friendly_name)
+        SetPropertyText(device, SPDRP_FRIENDLYNAME, *recipe.friendly_name);
+    else if (recipe.port)
+        SetPropertyText(device, SPDRP_FRIENDLYNAME, description + " (" + *recipe.port + ")");
+    if (recipe.location)
+        SetPropertyText(device, SPDRP_LOCATION_INFORMATION, *recipe.location);
+    std::vector<std::string> hardware_ids = recipe.hardware_ids;
     if (hardware_ids.empty())
-        hardware_ids.push_back(spec.id.substr(0, spec.id.rfind('\\')));
+        hardware_ids.push_back(recipe.id.substr(0, recipe.id.rfind('\\')));
     Bytes list;
     for (const std::string& hardware_id : hardware_ids) {
         const Bytes one = TextBytes(ToWide(hardware_id));
@@ -519,8 +521,8 @@ DEVINST Machine::AddDevice(DEVINST parent, const DeviceSpec& spec) {
     // A driver key and a kernel device as nobody else has them.
     const auto taken = [this](const auto& is_it) { return std::ranges::any_of(devices, is_it); };
     std::string driver;
-    if (spec.driver) {
-        driver = *spec.driver;
+    if (recipe.driver) {
+        driver = *recipe.driver;
     } else {
         const std::string guid = FormatGuid(device.setup_class);
         for (unsigned number = 0; driver.empty(); ++number) {
@@ -534,32 +536,34 @@ DEVINST Machine::AddDevice(DEVINST parent, const DeviceSpec& spec) {
     SetPropertyText(device, SPDRP_DRIVER, driver);
     if (!driver.empty())
         MakeKey(ToWide(kClassPath + driver));
-    if (spec.kernel_path) {
-        device.kernel_path = ToWide(*spec.kernel_path);
+    if (recipe.kernel_path) {
+        device.kernel_path = ToWide(*recipe.kernel_path);
     } else if (is_port) {
         for (unsigned number = 0; device.kernel_path.empty(); ++number) {
             const WideString candidate =
-                ToWide((spec.foreign ? "\\Device\\Serial" : "\\Device\\QxSerial") + std::to_string(number));
+                ToWide((recipe.foreign ? "\\Device\\Serial" : "\\Device\\QxSerial") + std::to_string(number));
             if (!taken([&](const Device& other) { return EqualsCaseless(other.kernel_path, candidate); }))
                 device.kernel_path = candidate;
         }
     }
 
     const std::shared_ptr<RegistryKey> hardware_key = MakeKey(HardwareKeyPath(device.id));
-    if (spec.port) {
-        hardware_key->Set(ToWide("PortName"), REG_SZ, TextBytes(ToWide(*spec.port)));
-        if (const unsigned number = ComNumber(ToWide(*spec.port)); spec.claim)
+    if (recipe.port) {
+        hardware_key->Set(ToWide("PortName"), REG_SZ, TextBytes(ToWide(*recipe.port)));
+        if (const unsigned number = ComNumber(ToWide(*recipe.port)); recipe.claim)
             SetClaimed(number, true);
     }
-    if (spec.control.value_or(is_port && !spec.foreign)) {
+    if (recipe.control.value_or(is_port && !recipe.foreign)) {
         device.control.emplace();
         std::string reference = driver;
         std::erase(reference, '\\');
         device.interfaces.push_back({control_class, ToWide("qxgendrv_" + reference)});
     }
-    device.plugged = spec.plugged;
-    device.problem = spec.problem != 0 ? spec.problem : spec.started ? 0 : 28;  // CM_PROB_FAILED_INSTALL
-    device.disabled = spec.problem == CM_PROB_DISABLED;
+    device.plugged = recipe.plugged;
+    device.problem = recipe.problem != 0 ? recipe.problem
+                     : recipe.started    ? 0
+                                         : 28;  // CM_PROB_FAILED_INSTALL
+    device.disabled = recipe.problem == CM_PROB_DISABLED;
     device.started = false;
     devices[parent].children.push_back(node);
     Start(device);

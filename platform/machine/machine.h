@@ -176,7 +176,7 @@ struct SetupClass {
 [[nodiscard]] std::string FormatGuid(const GUID& guid);  // "{4d36e978-...}", lower case
 
 // What a new device is made from. Whatever is left out is filled in as an installer would.
-struct DeviceSpec {
+struct DeviceRecipe {
     std::string id = {};           // UTF-8, as all texts here
     std::string setup_class = {};  // "Ports", "USB", "MultiPortSerial" ...; "Ports" when `port` is set
     std::optional<GUID> class_guid = {};
@@ -304,9 +304,9 @@ class Machine : public MachineState {
     [[nodiscard]] Device* Node(DEVINST node);  // null for a number that is none, or a removed device's
     [[nodiscard]] const Device* Node(DEVINST node) const;
     static constexpr DEVINST kRoot = 1;
-    // Adds the device last among its parent's children and, when the spec says so, starts it. Throws
+    // Adds the device last among its parent's children and, when the recipe says so, starts it. Throws
     // std::invalid_argument for an id that is taken.
-    DEVINST AddDevice(DEVINST parent, const DeviceSpec& spec);
+    DEVINST AddDevice(DEVINST parent, const DeviceRecipe& recipe);
     // As a port driver does when it is given settings: what differs from its defaults is kept in the hardware
     // key, as numbers under the settings' names. Its start takes them from there (all but the "Supported"
     // ones, which it knows).

@@ -584,7 +584,7 @@ class MachineReader {
             id.Fail("the id of a device must be its own");
         if (const auto own = fields.Find("foreign"))
             foreign = own->Truth();
-        const DEVINST node = complete_ ? NewDevice(fields, parent) : SpecifiedDevice(fields, parent, foreign);
+        const DEVINST node = complete_ ? NewDevice(fields, parent) : DescribedDevice(fields, parent, foreign);
         ReadCommon(fields, node);
         const std::optional<Place> children = fields.Find("children");
         fields.Done();
@@ -640,29 +640,29 @@ class MachineReader {
     }
 
     // From a file that says what matters.
-    DEVINST SpecifiedDevice(Fields& fields, DEVINST parent, bool foreign) {
-        DeviceSpec spec;
-        spec.id = fields.Need("id").Text();
-        spec.foreign = foreign;
-        ReadClass(fields, spec.setup_class, spec.class_guid);
+    DEVINST DescribedDevice(Fields& fields, DEVINST parent, bool foreign) {
+        DeviceRecipe recipe;
+        recipe.id = fields.Need("id").Text();
+        recipe.foreign = foreign;
+        ReadClass(fields, recipe.setup_class, recipe.class_guid);
         const auto text = [&](const char* name, std::optional<std::string>& target) {
             if (const auto found = fields.Find(name))
                 target = found->IsNull() ? std::string() : found->Text();
         };
-        text("port", spec.port);
-        text("description", spec.description);
-        text("driver", spec.driver);
-        text("kernelDevice", spec.kernel_path);
+        text("port", recipe.port);
+        text("description", recipe.description);
+        text("driver", recipe.driver);
+        text("kernelDevice", recipe.kernel_path);
         if (const auto control = fields.Find("control"))
-            spec.control = control->Truth();
-        spec.plugged = ReadFlag(fields, "present", true);
-        spec.claim = ReadFlag(fields, "claim", true);
+            recipe.control = control->Truth();
+        recipe.plugged = ReadFlag(fields, "present", true);
+        recipe.claim = ReadFlag(fields, "claim", true);
         const auto problem = fields.Find("problem");
-        spec.problem = problem ? problem->Number() : 0;
-        spec.started = ReadFlag(fields, "started", spec.problem == 0);
+        recipe.problem = problem ? problem->Number() : 0;
+        recipe.started = ReadFlag(fields, "started", recipe.problem == 0);
         if (ReadFlag(fields, "disabled", false))
-            spec.problem = CM_PROB_DISABLED;
-        const DEVINST node = machine_.AddDevice(parent, spec);
+            recipe.problem = CM_PROB_DISABLED;
+        const DEVINST node = machine_.AddDevice(parent, recipe);
         if (const auto values = fields.Find("values"); values && values->IsNull())
             machine_.DeleteKey(Machine::HardwareKeyPath(machine_.devices[node].id));
         return node;

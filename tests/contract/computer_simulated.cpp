@@ -43,11 +43,11 @@ std::vector<std::string> CallsWithoutContract(const std::set<std::string>&) {
 void Computer::SetUp() {
     machine = std::make_unique<qxsim::Machine>();
     current.emplace(*machine);
-    qxsim::DeviceSpec spec;
-    spec.id = "ROOT\\QXTESTPORT\\0000";
-    spec.port = "COM7";
-    spec.description = "Test serial port";
-    const DEVINST node = machine->AddDevice(qxsim::Machine::kRoot, spec);
+    qxsim::DeviceRecipe recipe;
+    recipe.id = "ROOT\\QXTESTPORT\\0000";
+    recipe.port = "COM7";
+    recipe.description = "Test serial port";
+    const DEVINST node = machine->AddDevice(qxsim::Machine::kRoot, recipe);
     port.set = qxsim::HandDevice(*machine, *machine->Node(node), port.element);
 }
 

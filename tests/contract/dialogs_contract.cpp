@@ -18,28 +18,28 @@ using Wide = std::basic_string<WCHAR>;
 // What happened to the pages of a sheet, in order: "A init", "B apply" ...
 std::vector<std::string> happened;
 
-struct PageSpec {
+struct PageRecipe {
     std::string name;
     UINT dialog = 0;
     std::function<void(HWND)> on_init = {};
     LRESULT apply_answer = PSNRET_NOERROR;
 };
 
-void Note(const PageSpec& page, const char* what) {
+void Note(const PageRecipe& page, const char* what) {
     happened.push_back(page.name + " " + what);
 }
 
 INT_PTR CALLBACK PageProcedure(HWND window, UINT message, WPARAM, LPARAM lparam) {
     if (message == WM_INITDIALOG) {
         auto* const page =
-            reinterpret_cast<PageSpec*>(reinterpret_cast<const PROPSHEETPAGEW*>(lparam)->lParam);
+            reinterpret_cast<PageRecipe*>(reinterpret_cast<const PROPSHEETPAGEW*>(lparam)->lParam);
         SetWindowLongPtrW(window, DWLP_USER, reinterpret_cast<LONG_PTR>(page));
         Note(*page, "init");
         if (page->on_init)
             page->on_init(window);
         return TRUE;
     }
-    const auto* const page = reinterpret_cast<const PageSpec*>(GetWindowLongPtrW(window, DWLP_USER));
+    const auto* const page = reinterpret_cast<const PageRecipe*>(GetWindowLongPtrW(window, DWLP_USER));
     if (page == nullptr || message != WM_NOTIFY)
         return FALSE;
     LRESULT answer = 0;
@@ -65,7 +65,7 @@ INT_PTR CALLBACK PageProcedure(HWND window, UINT message, WPARAM, LPARAM lparam)
 }
 
 UINT CALLBACK PageCallback(HWND, UINT message, PROPSHEETPAGEW* description) {
-    auto* const page = reinterpret_cast<PageSpec*>(description->lParam);
+    auto* const page = reinterpret_cast<PageRecipe*>(description->lParam);
     if (message == PSPCB_CREATE)
         Note(*page, "create");
     if (message == PSPCB_RELEASE)
@@ -73,7 +73,7 @@ UINT CALLBACK PageCallback(HWND, UINT message, PROPSHEETPAGEW* description) {
     return 1;
 }
 
-HPROPSHEETPAGE MakePage(PageSpec& page) {
+HPROPSHEETPAGE MakePage(PageRecipe& page) {
     PROPSHEETPAGEW description{};
     description.dwSize = sizeof(description);
     description.dwFlags = PSP_USETITLE | PSP_USECALLBACK;
@@ -100,10 +100,10 @@ HWND FrontWindow() {
 }
 
 // Opens a sheet of the pages and lets the user take the steps, each given the sheet. What the sheet answered.
-INT_PTR RunSheet(std::vector<PageSpec>& pages, const std::vector<std::function<void(HWND)>>& steps) {
+INT_PTR RunSheet(std::vector<PageRecipe>& pages, const std::vector<std::function<void(HWND)>>& steps) {
     happened.clear();
     std::vector<HPROPSHEETPAGE> handles;
-    for (PageSpec& page : pages)
+    for (PageRecipe& page : pages)
         handles.push_back(MakePage(page));
     PROPSHEETHEADERW header{};
     header.dwSize = sizeof(header);
@@ -132,7 +132,7 @@ void Press(HWND sheet, WPARAM button) {
 // Runs `check` on an open page of the template and cancels the sheet.
 void OnPage(UINT dialog, const std::function<void(HWND)>& check) {
     HWND page = nullptr;
-    std::vector<PageSpec> pages = {{"A", dialog, [&](HWND window) { page = window; }}};
+    std::vector<PageRecipe> pages = {{"A", dialog, [&](HWND window) { page = window; }}};
     RunSheet(pages, {[&](HWND) { check(page); }, [](HWND sheet) { Press(sheet, PSBTN_CANCEL); }});
 }
 
@@ -163,7 +163,7 @@ LRESULT CALLBACK OtherProcedure(HWND window, UINT message, WPARAM wparam, LPARAM
 
 CONTRACT(dialogs, pages_open_and_apply_in_order,
          "CreatePropertySheetPageW PropertySheetW SetWindowLongPtrW GetWindowLongPtrW") {
-    std::vector<PageSpec> pages = {{"A", IDD_PORT_SETTINGS}, {"B", IDD_COM_NUMBER}, {"C", IDD_COM_NUMBER}};
+    std::vector<PageRecipe> pages = {{"A", IDD_PORT_SETTINGS}, {"B", IDD_COM_NUMBER}, {"C", IDD_COM_NUMBER}};
     const INT_PTR result = RunSheet(pages, {[](HWND) {
                                                 Happens({"A create", "A init", "A active"});
                                             },
@@ -183,7 +183,7 @@ CONTRACT(dialogs, pages_open_and_apply_in_order,
 }
 
 CONTRACT(dialogs, a_page_that_does_not_apply_keeps_the_sheet_open, "PropertySheetW") {
-    std::vector<PageSpec> pages = {{"A", IDD_PORT_SETTINGS, {}, PSNRET_INVALID}, {"B", IDD_COM_NUMBER}};
+    std::vector<PageRecipe> pages = {{"A", IDD_PORT_SETTINGS, {}, PSNRET_INVALID}, {"B", IDD_COM_NUMBER}};
     RunSheet(pages, {[](HWND sheet) {
                          SendMessageW(sheet, PSM_SETCURSEL, 1, 0);
                          happened.clear();
@@ -203,7 +203,7 @@ CONTRACT(dialogs, a_page_that_does_not_apply_keeps_the_sheet_open, "PropertyShee
 }
 
 CONTRACT(dialogs, cancel_resets_the_opened_pages, "PropertySheetW") {
-    std::vector<PageSpec> pages = {{"A", IDD_PORT_SETTINGS}, {"B", IDD_COM_NUMBER}};
+    std::vector<PageRecipe> pages = {{"A", IDD_PORT_SETTINGS}, {"B", IDD_COM_NUMBER}};
     const INT_PTR result = RunSheet(pages, {[](HWND sheet) {
                                         happened.clear();
                                         Press(sheet, PSBTN_CANCEL);
@@ -218,7 +218,7 @@ CONTRACT(dialogs, cancel_resets_the_opened_pages, "PropertySheetW") {
 }
 
 CONTRACT(dialogs, a_page_without_a_sheet_is_released, "CreatePropertySheetPageW DestroyPropertySheetPage") {
-    PageSpec page{"A", IDD_PORT_SETTINGS};
+    PageRecipe page{"A", IDD_PORT_SETTINGS};
     happened.clear();
     const HPROPSHEETPAGE handle = MakePage(page);
     NEEDS(handle != nullptr);

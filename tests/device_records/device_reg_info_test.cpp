@@ -37,7 +37,7 @@ class DeviceRecord : public qxtest::MachineTest {
   protected:
     void SetUp() override {
         MachineTest::SetUp();
-        qxsim::DeviceSpec port;
+        qxsim::DeviceRecipe port;
         port.id = kPort;
         port.port = "COM5";
         machine().AddDevice(qxsim::Machine::kRoot, port);

@@ -116,7 +116,7 @@ class PortUtilities : public qxtest::MachineTest {
 };
 
 TEST_F(PortUtilities, APortCanBeOpenedWhenItIsThereAndNobodyHasIt) {
-    qxsim::DeviceSpec port;
+    qxsim::DeviceRecipe port;
     port.id = "QXBUS\\PORT1\\1";
     port.port = "COM12";
     machine().AddDevice(qxsim::Machine::kRoot, port);

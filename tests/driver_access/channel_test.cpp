@@ -34,12 +34,12 @@ class Channel : public qxtest::MachineTest {
   protected:
     void SetUp() override {
         MachineTest::SetUp();
-        qxsim::DeviceSpec adapter;
+        qxsim::DeviceRecipe adapter;
         adapter.id = kAdapter;
         adapter.setup_class = "USB";
         const DEVINST node = machine().AddDevice(qxsim::Machine::kRoot, adapter);
         for (const auto& [id, name] : {std::pair{kOtherPort, "COM4"}, std::pair{kPort, "COM5"}}) {
-            qxsim::DeviceSpec port;
+            qxsim::DeviceRecipe port;
             port.id = id;
             port.port = name;
             machine().AddDevice(node, port);

@@ -89,8 +89,8 @@ class CallCounts : public InstallTest {
                       static_cast<double>(made) / static_cast<double>(n));
         std::cout << row;
     }
-    static AdapterSpec Numbered(std::size_t n, bool reversed) {
-        AdapterSpec adapter;
+    static AdapterRecipe Numbered(std::size_t n, bool reversed) {
+        AdapterRecipe adapter;
         const std::size_t first = n > 200 ? 1 : 10;
         for (std::size_t i = 0; i < n; ++i)
             adapter.names.push_back("COM" + std::to_string(first + i));
@@ -98,7 +98,7 @@ class CallCounts : public InstallTest {
             std::ranges::reverse(adapter.names);
         return adapter;
     }
-    void AddSettings(const AdapterSpec& adapter) {
+    void AddSettings(const AdapterRecipe& adapter) {
         for (std::size_t i = 0; i < adapter.names.size(); ++i) {
             const std::string key = KeyPath(PortId(adapter, i));
             for (std::uint64_t value = 1; value < kNumbers; ++value)
@@ -113,7 +113,7 @@ class CallCounts : public InstallTest {
 TEST_F(CallCounts, AreWhatTheStepsDemand) {
     std::cout << "| operation                   | ports |    calls | demanded | per port |\n"
               << "|-----------------------------|------:|---------:|---------:|---------:|\n";
-    AdapterSpec single{.names = {"COM9"}};
+    AdapterRecipe single{.names = {"COM9"}};
     AddAdapter(machine(), single);
     Handed port = Hand(PortId(single, 0));
     Measure("rename to a free number", 1, kRename, [&] {
@@ -123,7 +123,7 @@ TEST_F(CallCounts, AreWhatTheStepsDemand) {
     for (const bool reversed : {false, true})
         for (const std::size_t n : {2U, 4U, 16U, 64U, 254U}) {
             Use(std::make_unique<qxsim::Machine>());
-            const AdapterSpec adapter = Numbered(n, reversed);
+            const AdapterRecipe adapter = Numbered(n, reversed);
             AddAdapter(machine(), adapter);
             port = Hand(PortId(adapter, 0));
             // The number to step aside to: COM3, or COM255 when the ports have 1 to 254.
@@ -135,14 +135,14 @@ TEST_F(CallCounts, AreWhatTheStepsDemand) {
         }
     for (const std::size_t n : {1U, 4U, 16U, 64U}) {
         Use(std::make_unique<qxsim::Machine>());
-        const AdapterSpec adapter = Numbered(n, false);
+        const AdapterRecipe adapter = Numbered(n, false);
         AddAdapter(machine(), adapter);
         AddSettings(adapter);
         const Handed card = Hand(AdapterId(adapter));
         Measure("save", n, DemandedSave(n), [&] { qx::SavePortBackups(card.set, card.element); });
 
         // The first restore of a process also looks RegDeleteKeyExW up.
-        AdapterSpec other{.serial = "QXOTHER", .names = {"COM100"}};
+        AdapterRecipe other{.serial = "QXOTHER", .names = {"COM100"}};
         AddAdapter(machine(), other);
         installer().Reinstall(other);
         // Ports come back under other names.
@@ -173,7 +173,7 @@ TEST_F(CallCounts, SixteenPortsAreReinstalledInNoTime) {
     double best = 1e9;
     for (int round = 0; round < 5; ++round) {
         Use(std::make_unique<qxsim::Machine>());
-        const AdapterSpec adapter = Numbered(16, true);
+        const AdapterRecipe adapter = Numbered(16, true);
         AddAdapter(machine(), adapter);
         AddSettings(adapter);
         instruments().Reset();

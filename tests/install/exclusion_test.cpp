@@ -10,7 +10,7 @@ namespace {
 class Exclusion : public InstallTest {};
 
 TEST_F(Exclusion, NoProcessNamesPortsWhileAnotherDoes) {
-    AdapterSpec adapter;
+    AdapterRecipe adapter;
     for (unsigned i = 0; i < 12; ++i)
         adapter.names.push_back("COM" + std::to_string(40 - i));
     AddAdapter(machine(), adapter);

@@ -64,7 +64,7 @@ TEST_F(Hostile, NamesAreNotBelieved) {
         SCOPED_TRACE(value.what);
         Use(std::make_unique<qxsim::Machine>());
         instruments().Reset();
-        AdapterSpec adapter{.names = {"COM9", "COM8", "COM7"}};
+        AdapterRecipe adapter{.names = {"COM9", "COM8", "COM7"}};
         AddAdapter(machine(), adapter);
         SetName(PortId(adapter, 1), value);
         for (int round = 0; round < 2; ++round)
@@ -90,7 +90,7 @@ TEST_F(Hostile, SavedNamesDoNotReachThePort) {
         SCOPED_TRACE(value.what);
         Use(std::make_unique<qxsim::Machine>());
         instruments().Reset();
-        AdapterSpec adapter{.names = {"COM9"}};
+        AdapterRecipe adapter{.names = {"COM9"}};
         AddAdapter(machine(), adapter);
         installer().BeginReinstall(adapter);
         auto& backups = machine().HardwareKey(Dev(AdapterId(adapter)))->subkeys;
@@ -125,7 +125,7 @@ TEST_F(Hostile, HugeValuesEndTheCopyOfTheirKeyOnly) {
         SCOPED_TRACE(big.what);
         Use(std::make_unique<qxsim::Machine>());
         instruments().Reset();
-        AdapterSpec adapter{.names = {"COM9", "COM10"}};
+        AdapterRecipe adapter{.names = {"COM9", "COM10"}};
         AddAdapter(machine(), adapter);
         const std::string port = PortId(adapter, 0);
         machine().WriteDword(KeyPath(port), "Before", 1);
@@ -149,14 +149,14 @@ TEST_F(Hostile, InstanceIdsOfAnyShapeAreTaken) {
         SCOPED_TRACE(parent_id);
         Use(std::make_unique<qxsim::Machine>());
         instruments().Reset();
-        qxsim::DeviceSpec parent;
+        qxsim::DeviceRecipe parent;
         parent.id = parent_id;
         parent.setup_class = "USB";
         const DEVINST node = machine().AddDevice(qxsim::Machine::kRoot, parent);
         const std::vector<std::string> ids{"PLAIN", "QX\\" + std::string(191, 'Z') + "\\LONG1",
                                            "ONE\\BACKSLASH"};
         for (const std::string& id : ids) {
-            qxsim::DeviceSpec port;
+            qxsim::DeviceRecipe port;
             port.id = id;
             port.port = "COM" + std::to_string(60 - id.size() % 7);
             machine().AddDevice(node, port);
@@ -172,7 +172,7 @@ TEST_F(Hostile, InstanceIdsOfAnyShapeAreTaken) {
 
 // Rights that are refused, and a database that does not open.
 TEST_F(Hostile, ARefusingSystemLeavesNamesAlone) {
-    AdapterSpec adapter{.names = {"COM9", "COM8"}};
+    AdapterRecipe adapter{.names = {"COM9", "COM8"}};
     AddAdapter(machine(), adapter);
     machine().HardwareKey(Dev(PortId(adapter, 0)))->refused = KEY_SET_VALUE;
     machine().MakeKey(qxsim::ToWide(qxsim::kSerialCommPath))->refused = KEY_SET_VALUE;

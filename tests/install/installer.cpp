@@ -10,34 +10,34 @@
 
 namespace qxtest {
 
-std::string AdapterId(const AdapterSpec& spec) {
-    return "USB\\VID_0F7A&PID_" + spec.product + spec.usb_interface + "\\" + spec.serial;
+std::string AdapterId(const AdapterRecipe& recipe) {
+    return "USB\\VID_0F7A&PID_" + recipe.product + recipe.usb_interface + "\\" + recipe.serial;
 }
 
-std::string PortId(const AdapterSpec& spec, std::size_t index) {
+std::string PortId(const AdapterRecipe& recipe, std::size_t index) {
     char instance[8];
     std::snprintf(instance, sizeof(instance), "%04zu", index + 1);
-    return "QXSER\\PORT" + std::to_string((index + 1) % 10) + "\\" + spec.serial + spec.usb_interface + "&" +
-           instance;
+    return "QXSER\\PORT" + std::to_string((index + 1) % 10) + "\\" + recipe.serial + recipe.usb_interface +
+           "&" + instance;
 }
 
-qxsim::DeviceSpec NewPort(const std::string& id) {
-    qxsim::DeviceSpec port;
+qxsim::DeviceRecipe NewPort(const std::string& id) {
+    qxsim::DeviceRecipe port;
     port.id = id;
     port.setup_class = "Ports";
     port.started = false;
     return port;
 }
 
-void AddAdapter(qxsim::Machine& machine, const AdapterSpec& spec) {
-    qxsim::DeviceSpec adapter;
-    adapter.id = AdapterId(spec);
+void AddAdapter(qxsim::Machine& machine, const AdapterRecipe& recipe) {
+    qxsim::DeviceRecipe adapter;
+    adapter.id = AdapterId(recipe);
     adapter.setup_class = "USB";
-    const DEVINST node = machine.AddDevice(spec.parent, adapter);
-    for (std::size_t i = 0; i < spec.names.size(); ++i) {
-        qxsim::DeviceSpec port = NewPort(PortId(spec, i));
-        if (!spec.names[i].empty()) {
-            port.port = spec.names[i];
+    const DEVINST node = machine.AddDevice(recipe.parent, adapter);
+    for (std::size_t i = 0; i < recipe.names.size(); ++i) {
+        qxsim::DeviceRecipe port = NewPort(PortId(recipe, i));
+        if (!recipe.names[i].empty()) {
+            port.port = recipe.names[i];
             port.started = true;
         }
         machine.AddDevice(node, port);
@@ -60,10 +60,10 @@ void InstallByClass(qxsim::Machine& machine, const std::string& id) {
     machine.Start(port);
 }
 
-std::vector<std::string> NamesOf(const qxsim::Machine& machine, const AdapterSpec& spec) {
+std::vector<std::string> NamesOf(const qxsim::Machine& machine, const AdapterRecipe& recipe) {
     std::vector<std::string> names;
-    for (std::size_t i = 0; i < spec.names.size(); ++i) {
-        const qxsim::Device* const port = machine.Find(PortId(spec, i));
+    for (std::size_t i = 0; i < recipe.names.size(); ++i) {
+        const qxsim::Device* const port = machine.Find(PortId(recipe, i));
         names.push_back(port == nullptr ? "(gone)" : machine.NamesOf(*port).port_name);
     }
     return names;
@@ -106,29 +106,29 @@ void Installer::InstallPort(const std::string& id, DWORD result) {
     CallBackPort(id, result);
 }
 
-void Installer::BeginReinstall(const AdapterSpec& spec) {
-    Ask(&QxUCoInstallCard, DIF_INSTALLDEVICE, AdapterId(spec));
-    for (std::size_t i = 0; i < spec.names.size(); ++i)
-        RemovePort(PortId(spec, i));
-    FindPorts(spec);
-    Ask(&QxUCoInstallCard, DIF_INSTALLDEVICE, AdapterId(spec), true);
+void Installer::BeginReinstall(const AdapterRecipe& recipe) {
+    Ask(&QxUCoInstallCard, DIF_INSTALLDEVICE, AdapterId(recipe));
+    for (std::size_t i = 0; i < recipe.names.size(); ++i)
+        RemovePort(PortId(recipe, i));
+    FindPorts(recipe);
+    Ask(&QxUCoInstallCard, DIF_INSTALLDEVICE, AdapterId(recipe), true);
 }
 
-void Installer::Reinstall(const AdapterSpec& spec, std::vector<std::size_t> order) {
-    BeginReinstall(spec);
+void Installer::Reinstall(const AdapterRecipe& recipe, std::vector<std::size_t> order) {
+    BeginReinstall(recipe);
     if (order.empty()) {
-        order.resize(spec.names.size());
+        order.resize(recipe.names.size());
         std::iota(order.begin(), order.end(), std::size_t{0});
     }
     for (const std::size_t index : order)
-        InstallPort(PortId(spec, index));
+        InstallPort(PortId(recipe, index));
 }
 
-void Installer::FindPorts(const AdapterSpec& spec) {
-    const DEVINST node = machine_.Find(AdapterId(spec))->node;
-    for (std::size_t i = 0; i < spec.names.size(); ++i)
-        if (machine_.Find(PortId(spec, i)) == nullptr)
-            machine_.AddDevice(node, NewPort(PortId(spec, i)));
+void Installer::FindPorts(const AdapterRecipe& recipe) {
+    const DEVINST node = machine_.Find(AdapterId(recipe))->node;
+    for (std::size_t i = 0; i < recipe.names.size(); ++i)
+        if (machine_.Find(PortId(recipe, i)) == nullptr)
+            machine_.AddDevice(node, NewPort(PortId(recipe, i)));
 }
 
 void Installer::RemovePort(const std::string& id) {

@@ -19,7 +19,7 @@ using CoInstaller = DWORD(CALLBACK*)(DI_FUNCTION, HDEVINFO, PSP_DEVINFO_DATA,
 
 // An adapter whose ports are children of it. `names` are the ports' COM names in tree order; an empty one is
 // a port that is not installed yet.
-struct AdapterSpec {
+struct AdapterRecipe {
     std::string product = "1104";  // of the USB id
     std::string serial = "QX000001";
     std::vector<std::string> names = {};
@@ -27,11 +27,11 @@ struct AdapterSpec {
     DEVINST parent = qxsim::Machine::kRoot;
 };
 
-[[nodiscard]] std::string AdapterId(const AdapterSpec& spec);
-[[nodiscard]] std::string PortId(const AdapterSpec& spec, std::size_t index);
+[[nodiscard]] std::string AdapterId(const AdapterRecipe& recipe);
+[[nodiscard]] std::string PortId(const AdapterRecipe& recipe, std::size_t index);
 // A port that is there but was never installed: no name, not started.
-[[nodiscard]] qxsim::DeviceSpec NewPort(const std::string& id);
-void AddAdapter(qxsim::Machine& machine, const AdapterSpec& spec);
+[[nodiscard]] qxsim::DeviceRecipe NewPort(const std::string& id);
+void AddAdapter(qxsim::Machine& machine, const AdapterRecipe& recipe);
 
 // Makes the requests of one installation on a machine, which must be the current one. Every answer that the
 // device installer would take for a failure, and every first call that does not ask for the call back, is
@@ -52,11 +52,11 @@ class Installer {
     // Installs an adapter again: saves, removes its ports and makes them anew without names, calls back,
     // installs each port. `order` is the order in which the ports are installed, as indices; tree order when
     // empty.
-    void Reinstall(const AdapterSpec& spec, std::vector<std::size_t> order = {});
+    void Reinstall(const AdapterRecipe& recipe, std::vector<std::size_t> order = {});
     // The first half of Reinstall, up to the adapter's call back.
-    void BeginReinstall(const AdapterSpec& spec);
+    void BeginReinstall(const AdapterRecipe& recipe);
     // What the adapter's bus does when it starts: ports that are not known become new devices.
-    void FindPorts(const AdapterSpec& spec);
+    void FindPorts(const AdapterRecipe& recipe);
     // Asks the co-installer, then removes the port, unless it is gone already.
     void RemovePort(const std::string& id);
 
@@ -74,7 +74,7 @@ class Installer {
 void InstallByClass(qxsim::Machine& machine, const std::string& id);
 
 // "PortName" of an adapter's ports in tree order.
-[[nodiscard]] std::vector<std::string> NamesOf(const qxsim::Machine& machine, const AdapterSpec& spec);
+[[nodiscard]] std::vector<std::string> NamesOf(const qxsim::Machine& machine, const AdapterRecipe& recipe);
 
 class InstallTest : public MachineTest {
   public:

@@ -30,7 +30,7 @@ class Naming : public InstallTest {
         InstallTest::TearDown();
     }
     std::string AddPort(const std::string& id, const std::string& name, bool plugged = true) {
-        qxsim::DeviceSpec port;
+        qxsim::DeviceRecipe port;
         port.id = id;
         port.port = name;
         port.foreign = true;
@@ -50,7 +50,7 @@ class Naming : public InstallTest {
 using Reinstallation = Naming;
 
 TEST_F(Reinstallation, OfFourPortsGivesTheUsersNamesAndSettingsBack) {
-    AdapterSpec adapter{.names = {"COM12", "COM7", "COM200", "COM9"}};
+    AdapterRecipe adapter{.names = {"COM12", "COM7", "COM200", "COM9"}};
     AddAdapter(machine(), adapter);
     const auto key = [&](std::size_t i) { return KeyPath(PortId(adapter, i)); };
     for (std::size_t i = 0; i < adapter.names.size(); ++i) {
@@ -92,8 +92,8 @@ TEST_F(Reinstallation, OfFourPortsGivesTheUsersNamesAndSettingsBack) {
 }
 
 TEST_F(Reinstallation, OfSixteenPortsInAnyOrderAndOfTwoAdaptersAtOnce) {
-    AdapterSpec a{.product = "1116", .serial = "QXA"};
-    AdapterSpec b{.product = "1116", .serial = "QXB"};
+    AdapterRecipe a{.product = "1116", .serial = "QXA"};
+    AdapterRecipe b{.product = "1116", .serial = "QXB"};
     for (unsigned i = 0; i < 16; ++i) {
         a.names.push_back("COM" + std::to_string(10 + (i * 7) % 16));
         b.names.push_back("COM" + std::to_string(120 - i * 3));
@@ -114,7 +114,7 @@ TEST_F(Reinstallation, OfSixteenPortsInAnyOrderAndOfTwoAdaptersAtOnce) {
 }
 
 TEST_F(Reinstallation, TakesANameBackFromWhoeverClaimedItAndLeavesAnEqualOneAlone) {
-    AdapterSpec adapter{.names = {"COM7", "COM3"}};
+    AdapterRecipe adapter{.names = {"COM7", "COM3"}};
     AddAdapter(machine(), adapter);
     installer().BeginReinstall(adapter);
     machine().SetClaimed(7, true);
@@ -129,7 +129,7 @@ TEST_F(Reinstallation, TakesANameBackFromWhoeverClaimedItAndLeavesAnEqualOneAlon
 }
 
 TEST_F(Reinstallation, KeepsThePresentNameOfAPortThatIsNotThere) {
-    AdapterSpec adapter{.names = {"COM7"}};
+    AdapterRecipe adapter{.names = {"COM7"}};
     AddAdapter(machine(), adapter);
     machine().WriteDword(KeyPath(PortId(adapter, 0)), "Baudrate", 300);
     installer().BeginReinstall(adapter);
@@ -142,7 +142,7 @@ TEST_F(Reinstallation, KeepsThePresentNameOfAPortThatIsNotThere) {
 
 // The restored port is restarted, the others are not; a port without a backup gets its default line settings.
 TEST_F(Reinstallation, RestartsARestoredPortAndLooksThroughTheTree) {
-    AdapterSpec adapter{.names = {"COM7"}};
+    AdapterRecipe adapter{.names = {"COM7"}};
     AddAdapter(machine(), adapter);
     installer().BeginReinstall(adapter);
     InstallByClass(machine(), PortId(adapter, 0));
@@ -176,7 +176,7 @@ using FixedNumbers = Naming;
 TEST_F(FixedNumbers, MakeTheirHolderGiveWay) {
     AddPort("FOREIGN\\MODEM\\1", "COM89");
     AddPort("FOREIGN\\PORT\\2", "COM5");
-    AdapterSpec adapter{.product = "2103", .names = {""}};
+    AdapterRecipe adapter{.product = "2103", .names = {""}};
     AddAdapter(machine(), adapter);
     const DEVINST parent = Dev(AdapterId(adapter)).node;
     installer().InstallPort(PortId(adapter, 0));
@@ -198,7 +198,7 @@ TEST_F(FixedNumbers, MakeTheirHolderGiveWay) {
 // holder, and has to be renamed when it comes back.
 TEST_F(FixedNumbers, AreTakenFromADeviceThatIsNotPluggedIn) {
     AddPort("FOREIGN\\GHOST\\1", "COM89", false);
-    AdapterSpec adapter{.product = "2103", .names = {""}};
+    AdapterRecipe adapter{.product = "2103", .names = {""}};
     AddAdapter(machine(), adapter);
     installer().InstallPort(PortId(adapter, 0));
     EXPECT_EQ(NamesOf(machine(), adapter), Names{"COM89"});
@@ -207,12 +207,12 @@ TEST_F(FixedNumbers, AreTakenFromADeviceThatIsNotPluggedIn) {
 }
 
 TEST_F(FixedNumbers, GoToThePortInstalledLast) {
-    AdapterSpec p2{.product = "2202", .serial = "QXP2", .names = {""}, .usb_interface = "&MI_01"};
-    AdapterSpec p4a{.product = "2204", .serial = "QXP4", .names = {""}, .usb_interface = "&MI_00"};
-    AdapterSpec p4b{.product = "2204", .serial = "QXP4", .names = {""}, .usb_interface = "&MI_01"};
-    for (const AdapterSpec& spec : {p2, p4a, p4b}) {
-        AddAdapter(machine(), spec);
-        installer().InstallPort(PortId(spec, 0));
+    AdapterRecipe p2{.product = "2202", .serial = "QXP2", .names = {""}, .usb_interface = "&MI_01"};
+    AdapterRecipe p4a{.product = "2204", .serial = "QXP4", .names = {""}, .usb_interface = "&MI_00"};
+    AdapterRecipe p4b{.product = "2204", .serial = "QXP4", .names = {""}, .usb_interface = "&MI_01"};
+    for (const AdapterRecipe& recipe : {p2, p4a, p4b}) {
+        AddAdapter(machine(), recipe);
+        installer().InstallPort(PortId(recipe, 0));
     }
     EXPECT_EQ(NamesOf(machine(), p4a), Names{"COM4"});
     EXPECT_EQ(NamesOf(machine(), p4b), Names{"COM5"});
@@ -226,7 +226,7 @@ TEST_F(FixedNumbers, AreTakenOverWhereTheHolderHasNowhereToGo) {
     for (unsigned number = 5; number <= 254; ++number)
         machine().SetClaimed(number, true);
     AddPort("FOREIGN\\PORT\\1", "COM89");
-    AdapterSpec adapter{.product = "2103", .names = {"COM3"}};
+    AdapterRecipe adapter{.product = "2103", .names = {"COM3"}};
     AddAdapter(machine(), adapter);
     installer().CallBackPort(PortId(adapter, 0));
     EXPECT_EQ(PortName("FOREIGN\\PORT\\1"), "COM89") << "no third device's number is taken for it";
@@ -242,11 +242,11 @@ TEST_F(FixedNumbers, AreTakenOverWhereTheHolderHasNowhereToGo) {
 TEST_F(FixedNumbers, BelongToExactlyTheProductsOfTheTable) {
     for (const char* const id : {"USB\\VID_0F7A&PID_21010\\X", "USB\\VID_0F7A&PID_2202\\X",
                                  "USB\\VID_0F7A&PID_2202&MI_02\\X", "USB\\VID_0F7A&PID_2101", "USB"}) {
-        qxsim::DeviceSpec parent;
+        qxsim::DeviceRecipe parent;
         parent.id = id;
         parent.setup_class = "USB";
         const DEVINST node = machine().AddDevice(qxsim::Machine::kRoot, parent);
-        qxsim::DeviceSpec child = NewPort(std::string("QXSER\\CHILD\\") + std::to_string(node));
+        qxsim::DeviceRecipe child = NewPort(std::string("QXSER\\CHILD\\") + std::to_string(node));
         const DEVINST port = machine().AddDevice(node, child);
         EXPECT_FALSE(qx::IsFixedNumberProduct(qx::PortHardwareId(port))) << id;
     }
@@ -262,7 +262,7 @@ TEST_F(FixedNumbers, BelongToExactlyTheProductsOfTheTable) {
     }
     EXPECT_EQ(ids.size(), 39U) << "an id is listed twice";
     // Lower case, as some buses report it.
-    qxsim::DeviceSpec parent;
+    qxsim::DeviceRecipe parent;
     parent.id = "usb\\vid_0f7a&pid_2202&mi_01\\7&x";
     parent.setup_class = "USB";
     const DEVINST node = machine().AddDevice(qxsim::Machine::kRoot, parent);
@@ -275,9 +275,9 @@ TEST_F(FixedNumbers, BelongToExactlyTheProductsOfTheTable) {
 class Ordering : public Naming {
   public:
     // Orders by the call back of the first port; what the ports are called then.
-    Names Order(const AdapterSpec& spec) {
-        installer().CallBackPort(PortId(spec, 0));
-        return NamesOf(machine(), spec);
+    Names Order(const AdapterRecipe& recipe) {
+        installer().CallBackPort(PortId(recipe, 0));
+        return NamesOf(machine(), recipe);
     }
 };
 
@@ -289,7 +289,7 @@ TEST_F(Ordering, PutsSwapsAndCyclesStraight) {
                                     {"COM256", "COM1"}};
     for (const Names& start : starts) {
         Use(std::make_unique<qxsim::Machine>());
-        AdapterSpec adapter{.names = start};
+        AdapterRecipe adapter{.names = start};
         AddAdapter(machine(), adapter);
         const std::vector<unsigned> claimed = machine().ClaimedNumbers();
         Names wanted = start;
@@ -309,7 +309,7 @@ TEST_F(Ordering, PutsSwapsAndCyclesStraight) {
 
 TEST_F(Ordering, ChangesNothingThatIsInOrderAlready) {
     for (const Names& start : {Names{"COM3", "COM4", "COM9"}, Names{"COM8"}}) {
-        AdapterSpec adapter{.serial = "QX" + start[0], .names = start};
+        AdapterRecipe adapter{.serial = "QX" + start[0], .names = start};
         AddAdapter(machine(), adapter);
         EXPECT_EQ(Order(adapter), start);
         EXPECT_EQ(SortedMark(PortId(adapter, start.size() - 1)), 1U);
@@ -317,7 +317,7 @@ TEST_F(Ordering, ChangesNothingThatIsInOrderAlready) {
     EXPECT_EQ(Calls("SetupDiCallClassInstaller") + Calls("DefineDosDeviceW"), 0U);
 
     // Two ports of one number, which a user can choose, are in order.
-    AdapterSpec twins{.serial = "QXTWIN", .names = {"COM50", "COM51"}};
+    AdapterRecipe twins{.serial = "QXTWIN", .names = {"COM50", "COM51"}};
     AddAdapter(machine(), twins);
     machine().WriteText(KeyPath(PortId(twins, 1)), "PortName", "COM50");
     EXPECT_EQ(Order(twins), (Names{"COM50", "COM50"}));
@@ -326,7 +326,7 @@ TEST_F(Ordering, ChangesNothingThatIsInOrderAlready) {
 }
 
 TEST_F(Ordering, WaitsUntilEveryDeviceRunsAndThenHappensOnce) {
-    AdapterSpec adapter{.names = {"COM9", "COM8", ""}};
+    AdapterRecipe adapter{.names = {"COM9", "COM8", ""}};
     AddAdapter(machine(), adapter);
     EXPECT_EQ(Order(adapter), (Names{"COM9", "COM8", ""})) << "the third port has no driver yet";
     EXPECT_EQ(SortedMark(PortId(adapter, 1)), std::nullopt);
@@ -345,7 +345,7 @@ TEST_F(Ordering, BelongsToSystemsFromSixOneOn) {
         Use(std::make_unique<qxsim::Machine>());
         machine().major_version = version.first;
         machine().minor_version = version.second;
-        AdapterSpec adapter{.names = {"COM9", "COM8"}};
+        AdapterRecipe adapter{.names = {"COM9", "COM8"}};
         AddAdapter(machine(), adapter);
         installer().CallBackPort(PortId(adapter, 0));
         EXPECT_EQ(PortName(PortId(adapter, 0)), orders ? "COM8" : "COM9")
@@ -354,7 +354,7 @@ TEST_F(Ordering, BelongsToSystemsFromSixOneOn) {
 }
 
 TEST_F(Ordering, GivesUpASwapForWhichNoNumberIsFree) {
-    AdapterSpec adapter{.names = {"COM9", "COM8"}};
+    AdapterRecipe adapter{.names = {"COM9", "COM8"}};
     AddAdapter(machine(), adapter);
     for (unsigned number = 3; number <= 255; ++number)
         machine().SetClaimed(number, true);
@@ -370,13 +370,13 @@ TEST_F(Ordering, GivesUpASwapForWhichNoNumberIsFree) {
 // directly on the first, and a device on the second that does not say what it is.
 TEST_F(Ordering, GoesThroughAllDevicesOfAMultiDeviceProduct) {
     const auto add = [&](DEVINST parent, const std::string& id, const std::string& setup_class) {
-        qxsim::DeviceSpec device;
+        qxsim::DeviceRecipe device;
         device.id = id;
         device.setup_class = setup_class;
         return machine().AddDevice(parent, device);
     };
     const auto add_port = [&](DEVINST parent, const std::string& id, const std::string& name) {
-        qxsim::DeviceSpec port;
+        qxsim::DeviceRecipe port;
         port.id = id;
         port.port = name;
         machine().AddDevice(parent, port);
@@ -407,7 +407,7 @@ TEST_F(Ordering, GoesThroughAllDevicesOfAMultiDeviceProduct) {
 using Renaming = Naming;
 
 TEST_F(Renaming, MovesAllPlacesAndAsksOnlyWhenItMust) {
-    AdapterSpec adapter{.names = {"COM3"}};
+    AdapterRecipe adapter{.names = {"COM3"}};
     AddAdapter(machine(), adapter);
     const std::string id = PortId(adapter, 0);
     machine().SetPropertyText(Dev(id), SPDRP_FRIENDLYNAME, "Port (COM3) COM3");
@@ -449,7 +449,7 @@ TEST_F(Renaming, MovesAllPlacesAndAsksOnlyWhenItMust) {
 
 // What a failure midway leaves, so that a support engineer can tell from the places where it happened.
 TEST_F(Renaming, LeavesWhatWasWrittenBeforeTheFailure) {
-    AdapterSpec adapter{.names = {"COM3"}};
+    AdapterRecipe adapter{.names = {"COM3"}};
     AddAdapter(machine(), adapter);
     const std::string id = PortId(adapter, 0);
     const std::unique_ptr<qxsim::Machine> start = machine().Clone();

@@ -33,7 +33,7 @@ class RandomAdapters : public InstallTest {
 
     // A device that is no port, or a port with a name that nobody else has.
     DEVINST Add(DEVINST parent, bool port) {
-        qxsim::DeviceSpec device;
+        qxsim::DeviceRecipe device;
         device.id = "QX\\" + std::string(port ? "PORT" : "PART") + "\\" + std::to_string(++devices_);
         if (port)
             device.port = "COM" + std::to_string(NextNumber());
@@ -110,7 +110,7 @@ TEST_F(RandomAdapters, GetEveryNameBackWhenReinstalled) {
     for (unsigned seed = 1000; seed < 1150; ++seed) {
         SCOPED_TRACE("seed " + std::to_string(seed));
         Begin(seed);
-        AdapterSpec adapter;
+        AdapterRecipe adapter;
         for (std::size_t ports = 1 + UpTo(19); ports > 0; --ports)
             adapter.names.push_back("COM" + std::to_string(NextNumber()));
         AddAdapter(machine(), adapter);

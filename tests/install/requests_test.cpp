@@ -20,7 +20,7 @@ class Requests : public InstallTest {
         Desktop::The().Reset();
         AddAdapter(machine(), adapter);
     }
-    AdapterSpec adapter{.names = {"COM9", "COM5"}};
+    AdapterRecipe adapter{.names = {"COM9", "COM5"}};
 };
 
 TEST_F(Requests, OthersAreAnsweredWithoutACall) {
@@ -146,7 +146,7 @@ class GpioRemoval : public InstallTest {
         Add(kGpio, "System", "PCI bus 3, device 0, function 0");
     }
     void Add(const std::string& id, const std::string& setup_class, std::optional<std::string> location) {
-        qxsim::DeviceSpec device;
+        qxsim::DeviceRecipe device;
         device.id = id;
         device.setup_class = setup_class;
         device.location = std::move(location);

@@ -11,7 +11,7 @@ namespace {
 constexpr const char* kGpio = "PCI\\VEN_0F7A&DEV_4101\\GPIO";
 
 void AddForeignPort(qxsim::Machine& machine, const std::string& name) {
-    qxsim::DeviceSpec port;
+    qxsim::DeviceRecipe port;
     port.id = "FOREIGN\\PORT\\" + name;
     port.port = name;
     port.foreign = true;
@@ -20,7 +20,7 @@ void AddForeignPort(qxsim::Machine& machine, const std::string& name) {
 
 void AddDevice(qxsim::Machine& machine, const std::string& id, const std::string& setup_class,
                const std::string& location, DEVINST parent = qxsim::Machine::kRoot) {
-    qxsim::DeviceSpec device;
+    qxsim::DeviceRecipe device;
     device.id = id;
     device.setup_class = setup_class;
     if (!location.empty())
@@ -32,14 +32,14 @@ std::string KeyPath(const std::string& id) {
     return qxsim::ToUtf8(qxsim::Machine::HardwareKeyPath(qxsim::ToWide(id)));
 }
 
-const AdapterSpec kReinstalled{.serial = "QXRE", .names = {"COM12", "COM7", "COM30"}};
-const AdapterSpec kUnordered{.serial = "QXORD", .names = {"COM7", "COM5", "COM6", "COM4"}};
-const AdapterSpec kFixed{.product = "2103", .serial = "QXFIX", .names = {"COM9"}};
-const AdapterSpec kFixedSibling{
+const AdapterRecipe kReinstalled{.serial = "QXRE", .names = {"COM12", "COM7", "COM30"}};
+const AdapterRecipe kUnordered{.serial = "QXORD", .names = {"COM7", "COM5", "COM6", "COM4"}};
+const AdapterRecipe kFixed{.product = "2103", .serial = "QXFIX", .names = {"COM9"}};
+const AdapterRecipe kFixedSibling{
     .product = "2204", .serial = "QXSIB", .names = {"COM10"}, .usb_interface = "&MI_00"};
-const AdapterSpec kFixedHolder{
+const AdapterRecipe kFixedHolder{
     .product = "2202", .serial = "QXHOLD", .names = {"COM4"}, .usb_interface = "&MI_01"};
-const AdapterSpec kFailed{.serial = "QXFAIL", .names = {"COM21", "COM20"}};
+const AdapterRecipe kFailed{.serial = "QXFAIL", .names = {"COM21", "COM20"}};
 
 void AddReinstalled(qxsim::Machine& machine) {
     AddForeignPort(machine, "COM3");
@@ -54,10 +54,10 @@ void AddReinstalled(qxsim::Machine& machine) {
 
 std::vector<Scenario> MakeScenarios() {
     std::vector<Scenario> all;
-    const auto call_back = [](const AdapterSpec& spec, DWORD result = NO_ERROR) {
-        return [&spec, result](Installer& installer) {
-            for (std::size_t i = 0; i < spec.names.size(); ++i)
-                installer.CallBackPort(PortId(spec, i), result);
+    const auto call_back = [](const AdapterRecipe& recipe, DWORD result = NO_ERROR) {
+        return [&recipe, result](Installer& installer) {
+            for (std::size_t i = 0; i < recipe.names.size(); ++i)
+                installer.CallBackPort(PortId(recipe, i), result);
         };
     };
     const auto simple = [&](const char* name, std::function<void(qxsim::Machine&)> build,

@@ -14,11 +14,11 @@ using qxsim::Desktop;
 void PortSheetTest::SetUp() {
     MachineTest::SetUp();
     Desktop::The().Reset();
-    qxsim::DeviceSpec adapter;
+    qxsim::DeviceRecipe adapter;
     adapter.id = kAdapter;
     adapter.setup_class = "USB";
     const DEVINST node = machine().AddDevice(qxsim::Machine::kRoot, adapter);
-    qxsim::DeviceSpec port;
+    qxsim::DeviceRecipe port;
     port.id = kPort;
     port.port = "COM3";
     machine().AddDevice(node, port);

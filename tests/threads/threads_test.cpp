@@ -35,12 +35,12 @@ void OnThreads(unsigned count, Work work) {
 TEST_F(Threads, PortsOfTwoAdaptersInstalledByFourProcessesEndWithNamesThatAgree) {
     std::vector<std::string> ports;
     for (const char* adapter : {"A", "B"}) {
-        qxsim::DeviceSpec spec;
-        spec.id = std::string("USB\\VID_0F7A&PID_1104\\") + adapter;
-        spec.setup_class = "USB";
-        const DEVINST node = machine().AddDevice(qxsim::Machine::kRoot, spec);
+        qxsim::DeviceRecipe recipe;
+        recipe.id = std::string("USB\\VID_0F7A&PID_1104\\") + adapter;
+        recipe.setup_class = "USB";
+        const DEVINST node = machine().AddDevice(qxsim::Machine::kRoot, recipe);
         for (int i = 0; i < 4; ++i) {
-            qxsim::DeviceSpec port;
+            qxsim::DeviceRecipe port;
             port.id = std::string("QXUSB\\PORT_1104\\") + adapter + std::to_string(i);
             port.port = "COM" + std::to_string(20 - 2 * static_cast<int>(ports.size()));
             machine().AddDevice(node, port);
