@@ -40,21 +40,6 @@ CDeviceAdvSettingPage::CDeviceAdvSettingPage(HDEVINFO device_set, const SP_DEVIN
                       ReadSettings(bus_set_, kBusSet));
 }
 
-bool CDeviceAdvSettingPage::ProcessWindowMessage(UINT message, WPARAM wparam, LPARAM lparam,
-                                                 LRESULT& result) {
-    switch (EventOf(message, wparam, lparam)) {
-        case kInitialise:
-            Initialise();
-            break;
-        case kApply:
-            result = Apply();
-            return true;
-        default:
-            break;
-    }
-    return CSettingsPage::ProcessWindowMessage(message, wparam, lparam, result);
-}
-
 void CDeviceAdvSettingPage::Initialise() {
     CreateBackground();
     PrepareTips();

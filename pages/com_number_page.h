@@ -14,14 +14,12 @@ class CDeviceAdvSettingPage : public CSettingsPage {
     CDeviceAdvSettingPage(HDEVINFO device_set, const SP_DEVINFO_DATA& element);
     ~CDeviceAdvSettingPage() override = default;
 
-    bool ProcessWindowMessage(UINT message, WPARAM wparam, LPARAM lparam, LRESULT& result) override;
-
   private:
-    void Initialise();
+    void Initialise() override;
+    [[nodiscard]] LRESULT Apply() override;
     void ShowInformation() const;
     void FillComNames() const;
     [[nodiscard]] Text SelectedName() const;
-    [[nodiscard]] LRESULT Apply();
 
     HDEVINFO device_set_;
     SP_DEVINFO_DATA element_;

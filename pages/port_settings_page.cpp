@@ -127,14 +127,8 @@ CQxUIPropertyPage::CQxUIPropertyPage(HDEVINFO device_set, const SP_DEVINFO_DATA&
       element_(element),
       loaded_(FindInterface() && ReadSettings(port_set_, kPortSet)) {}
 
-bool CQxUIPropertyPage::ProcessWindowMessage(UINT message, WPARAM wparam, LPARAM lparam, LRESULT& result) {
-    switch (EventOf(message, wparam, lparam)) {
-        case kInitialise:
-            Initialise();
-            break;
-        case kApply:
-            result = Apply();
-            return true;
+bool CQxUIPropertyPage::Clicked(int control) {
+    switch (control) {
         case IDC_ADVANCED:
             OpenAdvancedSettings();
             return true;
@@ -151,19 +145,15 @@ bool CQxUIPropertyPage::ProcessWindowMessage(UINT message, WPARAM wparam, LPARAM
             ShowOverrideWarning();
             return true;
         default:
-            break;
+            return CSettingsPage::Clicked(control);
     }
-    if (message == WM_NOTIFY) {
-        auto& notification = *reinterpret_cast<NMHDR*>(lparam);
-        if (IsTipRequest(notification)) {
-            const int control = ControlOf(notification);
-            if (control == IDC_BAUD_RATE || control == IDC_BAUD_RATE_LABEL) {
-                AnswerBaudRateTip(reinterpret_cast<NMTTDISPINFOW&>(notification));
-                return true;
-            }
-        }
-    }
-    return CSettingsPage::ProcessWindowMessage(message, wparam, lparam, result);
+}
+
+void CQxUIPropertyPage::AnswerTip(int control, NMTTDISPINFOW& request) {
+    if (control == IDC_BAUD_RATE || control == IDC_BAUD_RATE_LABEL)
+        AnswerBaudRateTip(request);
+    else
+        CSettingsPage::AnswerTip(control, request);
 }
 
 void CQxUIPropertyPage::Initialise() {

@@ -14,8 +14,6 @@ class CQxUIPropertyPage : public CSettingsPage {
     CQxUIPropertyPage(HDEVINFO device_set, const SP_DEVINFO_DATA& element);
     ~CQxUIPropertyPage() override = default;
 
-    bool ProcessWindowMessage(UINT message, WPARAM wparam, LPARAM lparam, LRESULT& result) override;
-
     // Whether the driver answered. Without its settings there is no page to show.
     [[nodiscard]] bool IsLoaded() const noexcept { return loaded_; }
 
@@ -23,7 +21,10 @@ class CQxUIPropertyPage : public CSettingsPage {
     // What the tip of the baud rate says: after a refused apply it tells why, once.
     enum class TipMode { Information, RangeError, WriteError };
 
-    void Initialise();
+    void Initialise() override;
+    [[nodiscard]] LRESULT Apply() override;
+    bool Clicked(int control) override;
+    void AnswerTip(int control, NMTTDISPINFOW& request) override;
     void FillControls();
     void FillFlowControl() const;
     void ShowRs422485Cts() const noexcept;
@@ -31,7 +32,6 @@ class CQxUIPropertyPage : public CSettingsPage {
     void ShowOverrideWarning() const noexcept;
     void RestoreDefaults();
     void OpenAdvancedSettings();
-    [[nodiscard]] LRESULT Apply();
     [[nodiscard]] bool TakeChanges(DWORD data_bits, DWORD parity, DWORD stop_bits, DWORD flow_control);
     void AnswerBaudRateTip(NMTTDISPINFOW& request);
 

@@ -28,21 +28,11 @@ CRS422485Page::CRS422485Page(HDEVINFO device_set, const SP_DEVINFO_DATA& element
     static_cast<void>(FindInterface() && ReadSettings(port_set_, kPortSet));
 }
 
-bool CRS422485Page::ProcessWindowMessage(UINT message, WPARAM wparam, LPARAM lparam, LRESULT& result) {
-    switch (EventOf(message, wparam, lparam)) {
-        case kInitialise:
-            Initialise();
-            break;
-        case kApply:
-            result = Apply();
-            return true;
-        case IDC_RESTORE_DEFAULTS:
-            RestoreDefaults();
-            return true;
-        default:
-            break;
-    }
-    return CSettingsPage::ProcessWindowMessage(message, wparam, lparam, result);
+bool CRS422485Page::Clicked(int control) {
+    if (control != IDC_RESTORE_DEFAULTS)
+        return CSettingsPage::Clicked(control);
+    RestoreDefaults();
+    return true;
 }
 
 void CRS422485Page::Initialise() {

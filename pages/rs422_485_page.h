@@ -12,18 +12,17 @@ class CRS422485Page : public CSettingsPage {
     CRS422485Page(HDEVINFO device_set, const SP_DEVINFO_DATA& element);
     ~CRS422485Page() override = default;
 
-    bool ProcessWindowMessage(UINT message, WPARAM wparam, LPARAM lparam, LRESULT& result) override;
-
     // Whether the port is one that this page is for; false when its driver does not answer.
     [[nodiscard]] bool IsOffered() const noexcept { return IsRs422485Port(); }
     // As read when the page was built, or written when it applied.
     [[nodiscard]] DWORD DuplexMode() const noexcept { return port_set_.DuplexMode; }
 
   private:
-    void Initialise();
+    void Initialise() override;
+    [[nodiscard]] LRESULT Apply() override;
+    bool Clicked(int control) override;
     void FillDuplexModes() const;
     void RestoreDefaults();
-    [[nodiscard]] LRESULT Apply();
 };
 
 }  // namespace qx

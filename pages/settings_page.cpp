@@ -15,16 +15,22 @@ CSettingsPage::CSettingsPage(const SettingsPageData& data, HDEVINFO device_set,
       port_record_(device_set, element) {}
 
 bool CSettingsPage::ProcessWindowMessage(UINT message, WPARAM wparam, LPARAM lparam, LRESULT& result) {
-    switch (EventOf(message, wparam, lparam)) {
+    const int event = EventOf(message, wparam, lparam);
+    switch (event) {
         case kInitialise:
+            Initialise();
             help_picture_.Attach(Item(IDC_HELP_PICTURE));
             // The platform sets the focus.
             result = TRUE;
             return true;
-        case IDC_HELP_PICTURE:
-            OpenHelpTopic(Window(), data_.help, IsRs422485Port());
+        case kApply:
+            result = Apply();
             return true;
+        case kOtherEvent:
+            break;
         default:
+            if (Clicked(event))
+                return true;
             break;
     }
     switch (message) {
@@ -32,7 +38,7 @@ bool CSettingsPage::ProcessWindowMessage(UINT message, WPARAM wparam, LPARAM lpa
             auto& notification = *reinterpret_cast<NMHDR*>(lparam);
             if (!IsTipRequest(notification))
                 break;
-            AnswerTipRequest(reinterpret_cast<NMTTDISPINFOW&>(notification), TipOf(ControlOf(notification)));
+            AnswerTip(ControlOf(notification), reinterpret_cast<NMTTDISPINFOW&>(notification));
             return true;
         }
         case WM_HELP:
@@ -60,9 +66,16 @@ bool CSettingsPage::MayChange(const Text& name, UINT question) const {
            ShowMessage(LoadText(question), TEXT("Warning!"), MB_YESNO | MB_ICONINFORMATION) == IDYES;
 }
 
-Text CSettingsPage::TipOf(int control) const {
+bool CSettingsPage::Clicked(int control) {
+    if (control != IDC_HELP_PICTURE)
+        return false;
+    OpenHelpTopic(Window(), data_.help, IsRs422485Port());
+    return true;
+}
+
+void CSettingsPage::AnswerTip(int control, NMTTDISPINFOW& request) {
     const UINT text = TextOfControl(data_.tips, control);
-    return text ? LoadText(text) : Text();
+    AnswerTipRequest(request, text ? LoadText(text) : Text());
 }
 
 }  // namespace qx

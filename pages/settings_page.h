@@ -36,7 +36,15 @@ class CSettingsPage : public CPropertyPage,
   protected:
     CSettingsPage(const SettingsPageData& data, HDEVINFO device_set, const SP_DEVINFO_DATA& element) noexcept;
 
-    // The steps by which a page initialises its window. Each page takes them in its own order.
+    // What each page does in its own way: preparing its window, applying (the answer is kAccepted or
+    // kRefused), a click on one of its buttons and boxes (false for a control that is none of them), and
+    // answering the request for the text of a control's tip.
+    virtual void Initialise() = 0;
+    [[nodiscard]] virtual LRESULT Apply() = 0;
+    virtual bool Clicked(int control);
+    virtual void AnswerTip(int control, NMTTDISPINFOW& request);
+
+    // The steps by which a page prepares its window. Each page takes them in its own order.
     void SetCaptions() const { CPropertyPage::SetCaptions(data_.captions); }
     void PrepareTips() noexcept { CreateTooltip(Window()); }
     void RegisterTips() const noexcept { AddTools(data_.tips); }
@@ -53,9 +61,6 @@ class CSettingsPage : public CPropertyPage,
     // Whether a check box of the page is checked, and checking it.
     [[nodiscard]] bool Checked(int box) const noexcept { return IsChecked(Item(box)); }
     void Check(int box, bool checked) const noexcept { SetChecked(Item(box), checked); }
-
-    // What a tip says. Pages with texts that depend on more than the control override the message.
-    [[nodiscard]] Text TipOf(int control) const;
 
     CQxUVcpUserModeInterface port_set_;
 

@@ -73,13 +73,15 @@ CNewUSBSettingsPage::CNewUSBSettingsPage(HDEVINFO device_set, const SP_DEVINFO_D
 }
 
 bool CNewUSBSettingsPage::ProcessWindowMessage(UINT message, WPARAM wparam, LPARAM lparam, LRESULT& result) {
-    switch (EventOf(message, wparam, lparam)) {
-        case kInitialise:
-            Initialise();
-            break;
-        case kApply:
-            result = Apply();
-            return true;
+    if (message != WM_HSCROLL)
+        return CSettingsPage::ProcessWindowMessage(message, wparam, lparam, result);
+    if (reinterpret_cast<HWND>(lparam) == Item(IDC_LATENCY))
+        ShowLatency();
+    return true;
+}
+
+bool CNewUSBSettingsPage::Clicked(int control) {
+    switch (control) {
         case IDC_POLICY_LATENCY:
         case IDC_POLICY_CPU_USAGE:
             EnableChosenPolicy();
@@ -88,14 +90,8 @@ bool CNewUSBSettingsPage::ProcessWindowMessage(UINT message, WPARAM wparam, LPAR
             RestoreDefaults();
             return true;
         default:
-            break;
+            return CSettingsPage::Clicked(control);
     }
-    if (message == WM_HSCROLL) {
-        if (reinterpret_cast<HWND>(lparam) == Item(IDC_LATENCY))
-            ShowLatency();
-        return true;
-    }
-    return CSettingsPage::ProcessWindowMessage(message, wparam, lparam, result);
 }
 
 void CNewUSBSettingsPage::Initialise() {

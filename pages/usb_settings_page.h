@@ -18,13 +18,14 @@ class CNewUSBSettingsPage : public CSettingsPage {
     bool ProcessWindowMessage(UINT message, WPARAM wparam, LPARAM lparam, LRESULT& result) override;
 
   private:
-    void Initialise();
+    void Initialise() override;
+    [[nodiscard]] LRESULT Apply() override;
+    bool Clicked(int control) override;
     // Shows the bus set in the controls.
     void Refresh();
     void EnableChosenPolicy() const noexcept;
     void ShowLatency() const;
     void RestoreDefaults();
-    [[nodiscard]] LRESULT Apply();
 
     void SetSlider(int slider, DWORD position) const noexcept;
     [[nodiscard]] int SliderPosition(int slider) const noexcept;

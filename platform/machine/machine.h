@@ -278,6 +278,7 @@ class Machine : public MachineState {
 
     // --- restart
     // The state as it is stored at this moment: what a power cut leaves.
+    // NOLINTNEXTLINE(cppcoreguidelines-slicing): the stored part is what is wanted
     [[nodiscard]] MachineState Snapshot() const { return *this; }
     // The computer after a restart from `state`: no handles, mutexes or processes; DOS names and SERIALCOMM
     // entries of ports as their drivers define them when they start.
