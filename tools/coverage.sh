@@ -11,23 +11,27 @@ find build/coverage -name '*.gcda' -delete
 ctest --test-dir build/coverage --output-on-failure -j"$(nproc)" >build/coverage/ctest.log ||
     { tail -n 40 build/coverage/ctest.log; exit 1; }
 
-report() {
-    # Branches that only an exception takes are the compiler's, one for every call; they are not the product's.
-    gcovr --root . --object-directory build/coverage --exclude-throw-branches --exclude-unreachable-branches \
-        --gcov-ignore-parse-errors "$@"
-}
+# Branches that only an exception takes are the compiler's, one for every call; they are not the product's.
+gcovr --root . --object-directory build/coverage --exclude-throw-branches --exclude-unreachable-branches \
+    --gcov-ignore-parse-errors --filter '(base|device_records|driver_access|install|pages|module)/' \
+    --json build/coverage/counts.json -j"$(nproc)"
+report() { gcovr --root . --add-tracefile build/coverage/counts.json --exclude-throw-branches "$@"; }
 
-printf '%-16s %16s %18s\n' folder lines branches
-for folder in base device_records driver_access install pages module; do
-    report --filter "$folder/" --json-summary-pretty -o build/coverage/"$folder".json >/dev/null
-    sed -n 's/^ *"\(line_covered\|line_total\|line_percent\|branch_covered\|branch_total\|branch_percent\)": \([0-9.]*\),*$/\1=\2/p' \
-        build/coverage/"$folder".json | tail -n 8 >build/coverage/"$folder".txt
-    # shellcheck disable=SC1090
-    . ./build/coverage/"$folder".txt
-    printf '%-16s %6s/%-6s %3s%% %6s/%-6s %3s%%\n' "$folder" "$line_covered" "$line_total" "${line_percent%%.*}" \
-        "$branch_covered" "$branch_total" "${branch_percent%%.*}"
-done
-report --filter '(base|device_records|driver_access|install|pages|module)/' --html-details build/coverage/coverage.html \
-    >/dev/null
-printf 'lines never run:\n'
-report --filter '(base|device_records|driver_access|install|pages|module)/' --txt /dev/stdout | sed -n '7,$p'
+report --csv build/coverage/files.csv --html-details build/coverage/coverage.html
+awk -F, '
+    function percent(part, whole) { return whole ? 100 * part / whole : 100 }
+    NR > 1 {
+        split($1, path, "/")
+        lines[path[1]] += $2; run[path[1]] += $3; branches[path[1]] += $5; taken[path[1]] += $6
+    }
+    END {
+        printf "%-16s %17s %20s\n", "folder", "lines", "branches"
+        count = split("base device_records driver_access install pages module", folders, " ")
+        for (i = 1; i <= count; i++) {
+            each = folders[i]
+            printf "%-16s %5d/%-5d %5.1f%% %6d/%-6d %5.1f%%\n", each, run[each], lines[each],
+                percent(run[each], lines[each]), taken[each], branches[each], percent(taken[each], branches[each])
+        }
+    }' build/coverage/files.csv
+echo "lines never run:"
+report --txt | awk 'NF >= 4 && $4 ~ /%/ && $5 != "" { print "  " $1 ": " $5 }'
