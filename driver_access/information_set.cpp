@@ -336,6 +336,7 @@ bool CSsInformationSet::AddElement(const WCHAR* name, void* value, DWORD type,
         element.type_ = type;
         elements_.push_back(std::move(element));
     } catch (const std::bad_alloc&) {
+        complete_ = false;
         return false;
     }
     elements_.back().registered_ = std::move(registered);
@@ -351,6 +352,7 @@ bool CSsInformationSet::AddElement(const WCHAR* name, void* value, DWORD type,
 void CSsInformationSet::Clear() noexcept {
     elements_.clear();
     position_ = 0;
+    complete_ = true;
 }
 
 const CSsInformationSet::Element* CSsInformationSet::First() noexcept {

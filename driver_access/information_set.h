@@ -78,6 +78,10 @@ class CSsInformationSet {
     [[nodiscard]] const Element* Last() const noexcept;
     [[nodiscard]] std::size_t Count() const noexcept { return elements_.size(); }
 
+    // False when an element could not be added for want of memory. The stream has no names, so a driver would
+    // take the values behind the gap for those of other settings: such a set must not travel.
+    [[nodiscard]] bool IsComplete() const noexcept { return complete_; }
+
     // The set's own format.
     [[nodiscard]] CSsSerialisation& Serialisation() noexcept { return serialisation_; }
 
@@ -104,6 +108,7 @@ class CSsInformationSet {
     // does not wait for one pointer to find the next.
     std::vector<Element> elements_;
     std::size_t position_ = 0;
+    bool complete_ = true;
     std::size_t stretch_head_ = 0;  // first element of the last stretch of numbers
     CSsSerialisation serialisation_;
 };

@@ -61,7 +61,7 @@ File CQxUserModeConfig::OpenControlDevice() const noexcept {
 
 bool CQxUserModeConfig::Read(CSsInformationSet& set, DWORD selector, DWORD size_request,
                              DWORD stream_request) noexcept {
-    if (InterfacePath().empty())
+    if (InterfacePath().empty() || !set.IsComplete())
         return false;
     const File device = OpenControlDevice();
     if (!device)
@@ -88,7 +88,7 @@ bool CQxUserModeConfig::Read(CSsInformationSet& set, DWORD selector, DWORD size_
 }
 
 bool CQxUserModeConfig::WriteSettings(CSsInformationSet& set, DWORD selector) noexcept {
-    if (InterfacePath().empty())
+    if (InterfacePath().empty() || !set.IsComplete())
         return false;
     const File device = OpenControlDevice();
     if (!device)

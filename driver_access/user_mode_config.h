@@ -22,7 +22,7 @@ inline constexpr DWORD IOCTL_GET_DEFAULT_SETTINGS = 0x8001E014;
 // a call, so that two programs can take turns.
 //
 // The caller lends the port's device-information set for the channel's lifetime. Operations answer true on
-// success, show nothing and throw nothing.
+// success, show nothing and throw nothing. A set that is not complete is neither filled nor handed over.
 class CQxUserModeConfig : public CQxSetupDi_DeviceInterface {
   public:
     CQxUserModeConfig(HDEVINFO device_set, const SP_DEVINFO_DATA& element) noexcept;

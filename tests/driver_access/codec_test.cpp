@@ -1,6 +1,6 @@
 // The settings stream, byte by byte, against a writing of it by hand.
 #include "driver_access/information_set.h"
-#include "tests/driver_access/allocations.h"
+#include "tests/support/allocations.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,7 +1,7 @@
 // The two parameter sets as the drivers know them.
 #include "driver_access/bus_parameters.h"
 #include "driver_access/vcp_parameters.h"
-#include "tests/driver_access/allocations.h"
+#include "tests/support/allocations.h"
 
 #include <gtest/gtest.h>
 
