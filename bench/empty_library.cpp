@@ -1,2 +1,7 @@
 // Holds nothing: what the loader itself costs.
-extern "C" __attribute__((visibility("default"))) void Nothing() {}
+#ifdef _WIN32
+#define EXPORTED __declspec(dllexport)
+#else
+#define EXPORTED __attribute__((visibility("default")))
+#endif
+extern "C" EXPORTED void Nothing() {}
