@@ -59,9 +59,12 @@ HRESULT Load(const Text& path, TypeLibrary& library) noexcept {
 
 // The module's own file; empty when the platform cannot say.
 Text ModulePath() {
+    const HINSTANCE module = ModuleInstance();
+    // A null handle would name the program that has loaded the library.
+    if (module == nullptr)
+        return {};
     for (std::vector<WCHAR> buffer(MAX_PATH); buffer.size() <= 0x8000; buffer.resize(buffer.size() * 2)) {
-        const DWORD length =
-            GetModuleFileNameW(ModuleInstance(), buffer.data(), static_cast<DWORD>(buffer.size()));
+        const DWORD length = GetModuleFileNameW(module, buffer.data(), static_cast<DWORD>(buffer.size()));
         if (length == 0)
             break;
         if (length < buffer.size())
@@ -84,8 +87,11 @@ const GUID kTypeLibraryId = GuidOf(QX_TEXT_OF_VALUE(QX_TYPE_LIBRARY_ID));
 
 HRESULT RegisterModuleTypeLibrary() {
     Text path = ModulePath();
-    if (path.empty())
-        return HRESULT_FROM_WIN32(GetLastError());
+    if (path.empty()) {
+        // No error code would make a success of it.
+        const DWORD error = GetLastError();
+        return error != NO_ERROR ? HRESULT_FROM_WIN32(error) : E_UNEXPECTED;
+    }
     TypeLibrary library;
     HRESULT result = Load(path, library);
     if (FAILED(result)) {

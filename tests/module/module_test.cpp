@@ -1,4 +1,5 @@
 // The library as the loader and the component runtime see it.
+#include "module/uui_module.h"
 #include "tests/support/machine_fixture.h"
 
 #include <initguid.h>
@@ -27,13 +28,6 @@ constexpr const char* kTypeLibraryKey =
 
 class Module : public MachineTest {
   public:
-    // What the library called since `before`.
-    [[nodiscard]] static std::vector<std::string> Functions() {
-        std::vector<std::string> functions;
-        for (const auto& call : instruments().Trace())
-            functions.push_back(call.function);
-        return functions;
-    }
     [[nodiscard]] static std::vector<std::string> Arguments(std::string_view function) {
         std::vector<std::string> arguments;
         for (const auto& call : instruments().Trace())
@@ -77,8 +71,8 @@ TEST_F(Module, RegistersItsTypeLibraryAndLeavesNothingAfterwards) {
 TEST_F(Module, TellsFailuresAndKeepsTheLocale) {
     SetThreadLocale(0x0407);
     for (const auto& entry : {DllRegisterServer, DllUnregisterServer}) {
-        for (const char* function :
-             {"GetModuleFileNameW", "LoadTypeLib", "RegisterTypeLib", "UnRegisterTypeLib"}) {
+        for (const char* function : {"GetModuleHandleExW", "GetModuleFileNameW", "LoadTypeLib",
+                                     "RegisterTypeLib", "UnRegisterTypeLib"}) {
             SCOPED_TRACE(function);
             const std::uint64_t calls = instruments().CallCount(function);
             instruments().Inject({function, 1, true, 0});
@@ -90,9 +84,31 @@ TEST_F(Module, TellsFailuresAndKeepsTheLocale) {
             EXPECT_EQ(GetThreadLocale(), 0x0407U);
         }
     }
-    // The library's own file was tried first, then the one beside it.
+    // The library's own file was tried first, then the one beside it, and never those of the program.
+    EXPECT_THAT(Arguments("LoadTypeLib"), testing::Each(HasSubstr("QxUUI10.")));
     EXPECT_THAT(Arguments("LoadTypeLib"), testing::Contains(HasSubstr("QxUUI10.tlb")));
     EXPECT_TRUE(FAILED(DllUnregisterServer()));  // nothing is registered
+}
+
+// Whichever thread comes or goes: the window classes are those of the library's own context, and nothing of
+// it stays with the thread (or, once unloaded, at all).
+TEST_F(Module, RegistersTheControlsInItsOwnContextAtEachNotification) {
+    constexpr DWORD kThreadAttach = 2;
+    constexpr DWORD kThreadDetach = 3;
+    qx::CQxUUIModule module;
+    for (const DWORD reason :
+         {DWORD{DLL_PROCESS_ATTACH}, kThreadAttach, kThreadDetach, DWORD{DLL_PROCESS_DETACH}})
+        module.OnLoadNotification(GetModuleHandleW(TEXT("QxUUI10.DLL")), reason);
+    std::string steps;
+    std::string context;
+    for (const auto& call : instruments().Trace()) {
+        if (call.function == "CreateActCtxW")
+            context = call.result;
+        else if (call.function == "InitCommonControlsEx" || call.function.ends_with("ActCtx"))
+            steps += call.function + (call.function == "ActivateActCtx" ? ' ' + call.arguments : "") + '\n';
+    }
+    const std::string each = "ActivateActCtx " + context + "\nInitCommonControlsEx\nDeactivateActCtx\n";
+    EXPECT_EQ(steps, each + each + each + each + "ReleaseActCtx\n");
 }
 
 // What the library exports is what packages and the platform rely on, no more and no less.
