@@ -2,6 +2,8 @@
 // each other, products with fixed numbers, and the order of one adapter's numbers.
 #include "tests/install/installer.h"
 
+#include "device_records/registry_layout.h"
+#include "install/card_coinstaller.h"
 #include "install/com_name.h"
 #include "install/fixed_com_numbers.h"
 #include "install/multi_device_products.h"
@@ -38,6 +40,23 @@ class Naming : public InstallTest {
         machine().AddDevice(qxsim::Machine::kRoot, port);
         return id;
     }
+    [[nodiscard]] static std::string BackupPath(const AdapterRecipe& adapter, std::size_t port) {
+        const qxsim::WideString id = qxsim::ToWide(PortId(adapter, port));
+        return KeyPath(AdapterId(adapter)) + '\\' +
+               qxsim::ToUtf8(qx::PortBackupKeyName(qx::Text(id.c_str())).view());
+    }
+    // What a key holds: the names of its values in their order, then those of its subkeys; "-" without a key.
+    [[nodiscard]] Names Content(const std::string& path) {
+        const std::shared_ptr<qxsim::RegistryKey> key = machine().FindKey(qxsim::ToWide(path));
+        if (key == nullptr)
+            return {"-"};
+        Names names;
+        for (const qxsim::RegistryValue& value : key->values)
+            names.push_back(qxsim::ToUtf8(value.name));
+        for (const auto& subkey : key->subkeys)
+            names.push_back(qxsim::ToUtf8(subkey.first));
+        return names;
+    }
     static std::size_t Questions() { return Desktop::The().Boxes().size(); }
     qx::CCOMPortUtil Port(const std::string& id) {
         const Handed handed = Hand(id);
@@ -49,8 +68,8 @@ class Naming : public InstallTest {
 
 using Reinstallation = Naming;
 
-TEST_F(Reinstallation, OfFourPortsGivesTheUsersNamesAndSettingsBack) {
-    AdapterRecipe adapter{.names = {"COM12", "COM7", "COM200", "COM9"}};
+TEST_F(Reinstallation, OfAllPortsGivesTheUsersNamesAndSettingsBack) {
+    AdapterRecipe adapter{.names = {"COM12", "COM7", "COM200", "COM9", "COM3"}};
     AddAdapter(machine(), adapter);
     const auto key = [&](std::size_t i) { return KeyPath(PortId(adapter, i)); };
     for (std::size_t i = 0; i < adapter.names.size(); ++i) {
@@ -59,22 +78,37 @@ TEST_F(Reinstallation, OfFourPortsGivesTheUsersNamesAndSettingsBack) {
         machine().WriteText(key(i), "Comment", "the driver's own");
         machine().WriteText(key(i) + "\\UI1", "Label", "Scale " + std::to_string(i));
         machine().WriteDword(key(i) + "\\UI1", "SupportedColour", 3);
+        for (const char* const subkey : {"", "\\UI1"})
+            machine().FindKey(qxsim::ToWide(key(i) + subkey))->Set(TEXT("Calibration"), REG_BINARY, {1, 2});
     }
+    // An installation that broke off left a backup, and one port's name is spelled as no port's is.
+    machine().WriteDword(BackupPath(adapter, 0), "Older", 5);
+    machine().WriteDword(BackupPath(adapter, 0), "Baudrate", 300);
+    machine().HardwareKey(Dev(PortId(adapter, 4)))->Find(TEXT("PortName"))->name = TEXT("PORTNAME");
     installer().BeginReinstall(adapter);
+    EXPECT_EQ(Content(BackupPath(adapter, 0)),
+              (Names{"Older", "Baudrate", "PortName", "SupportedBaudRates", "UI1"}));
+    EXPECT_EQ(Content(BackupPath(adapter, 1)), (Names{"PortName", "Baudrate", "SupportedBaudRates", "UI1"}));
+    EXPECT_EQ(Content(BackupPath(adapter, 4)), (Names{"Baudrate", "SupportedBaudRates", "UI1"}));
+    EXPECT_EQ(Content(BackupPath(adapter, 1) + "\\UI1"), (Names{"Label", "SupportedColour"}));
+    EXPECT_EQ(machine().ReadText(BackupPath(adapter, 0), "PortName"), "COM12");
+    EXPECT_EQ(machine().ReadDword(BackupPath(adapter, 0), "Baudrate"), 9600U);
+    EXPECT_EQ(machine().ReadDword(BackupPath(adapter, 0), "Older"), 5U);
+    EXPECT_EQ(machine().ReadText(BackupPath(adapter, 1) + "\\UI1", "Label"), "Scale 1");
     // The new driver has capabilities of its own, and the ports come up under other names.
     machine().WriteDword(key(0), "SupportedBaudRates", 0xABCD);
-    for (const std::size_t i : {2U, 0U, 3U, 1U})
+    for (const std::size_t i : {2U, 0U, 3U, 1U, 4U})
         installer().InstallPort(PortId(adapter, i));
 
     EXPECT_EQ(NamesOf(machine(), adapter), adapter.names);
-    EXPECT_EQ(machine().ClaimedNumbers(), (std::vector<unsigned>{7, 9, 12, 200}));
+    EXPECT_EQ(machine().ClaimedNumbers(), (std::vector<unsigned>{3, 7, 9, 12, 200}));
     EXPECT_EQ(Questions(), 0U);
     for (std::size_t i = 0; i < adapter.names.size(); ++i) {
         EXPECT_EQ(machine().ReadDword(key(i), "Baudrate"), 9600 * (i + 1));
-        EXPECT_EQ(machine().ReadText(key(i), "Comment"), std::nullopt);
         EXPECT_EQ(machine().ReadText(key(i) + "\\UI1", "Label"), "Scale " + std::to_string(i));
         EXPECT_EQ(machine().ReadDword(key(i) + "\\UI1", "SupportedColour"), 3U);
-        EXPECT_EQ(PortsEntry(adapter.names[i]), "9600,n,8,1");
+        EXPECT_EQ(PortsEntry(adapter.names[i]).value_or("not renamed"),
+                  i == 4 ? "not renamed" : "9600,n,8,1");
     }
     EXPECT_EQ(machine().ReadDword(key(0), "SupportedBaudRates"), 0xABCDU);
     EXPECT_EQ(machine().ReadDword(key(1), "SupportedBaudRates"), std::nullopt);
@@ -86,7 +120,7 @@ TEST_F(Reinstallation, OfFourPortsGivesTheUsersNamesAndSettingsBack) {
     ASSERT_TRUE(Port(PortId(adapter, 0)).RenameComPort(TEXT("COM33"), nullptr, false, false));
     machine().Stop(Dev(PortId(adapter, 0)));
     machine().Start(Dev(PortId(adapter, 0)));
-    machine().WriteDword(KeyPath(PortId(adapter, 3)), "ChildPortNameSorted", 1);
+    machine().WriteDword(KeyPath(PortId(adapter, 4)), "ChildPortNameSorted", 1);
     installer().InstallPort(PortId(adapter, 0));
     EXPECT_EQ(PortName(PortId(adapter, 0)), "COM33");
 }
@@ -111,6 +145,33 @@ TEST_F(Reinstallation, OfSixteenPortsInAnyOrderAndOfTwoAdaptersAtOnce) {
     EXPECT_EQ(NamesOf(machine(), b), b.names);
     EXPECT_EQ(machine().ClaimedNumbers(), claimed);
     EXPECT_EQ(Questions(), 0U);
+}
+
+// A child that cannot be read or backed up costs nobody but itself.
+TEST_F(Reinstallation, SavesTheSiblingsOfAPortThatCannotBeSaved) {
+    const AdapterRecipe adapter{.names = {"COM7", "COM8", "COM9"}};
+    const std::pair<const char*, Names> cases[] = {{"(no hardware key)", {}},
+                                                   {"CM_Get_Device_ID_Size", {"-"}},
+                                                   {"CM_Get_Device_IDW", {"-"}},
+                                                   {"RegCreateKeyExW", {"-"}},
+                                                   {"RegOpenKeyExW", {}}};
+    for (const auto& [failing, first] : cases) {
+        SCOPED_TRACE(failing);
+        Use(std::make_unique<qxsim::Machine>());
+        AddAdapter(machine(), adapter);
+        for (std::size_t i = 0; i < 3; ++i)
+            machine().WriteText(KeyPath(PortId(adapter, i)) + "\\UI1", "Label", "Scale");
+        if (failing[0] == '(')
+            machine().DeleteKey(qxsim::ToWide(KeyPath(PortId(adapter, 0))));
+        else
+            instruments().Inject({.function = failing});
+        installer().Ask(&QxUCoInstallCard, DIF_INSTALLDEVICE, AdapterId(adapter));
+        EXPECT_EQ(Content(BackupPath(adapter, 0)), first);
+        for (const std::size_t i : {1U, 2U}) {
+            EXPECT_EQ(Content(BackupPath(adapter, i)), (Names{"PortName", "UI1"}));
+            EXPECT_EQ(machine().ReadText(BackupPath(adapter, i) + "\\UI1", "Label"), "Scale");
+        }
+    }
 }
 
 TEST_F(Reinstallation, TakesANameBackFromWhoeverClaimedItAndLeavesAnEqualOneAlone) {
