@@ -4,6 +4,7 @@
 #include "install/card_coinstaller.h"
 #include "install/gpio_coinstaller.h"
 #include "install/port_coinstaller.h"
+#include "install/uninstall_program.h"
 #include "platform/desktop/desktop.h"
 
 namespace qxtest {
@@ -31,6 +32,10 @@ TEST_F(Requests, OthersAreAnsweredWithoutACall) {
                  DIF_INSTALLINTERFACES, DIF_REGISTER_COINSTALLERS})
             for (const bool post : {false, true})
                 EXPECT_EQ(installer().Ask(entry, request, PortId(adapter, 0), post), DWORD{NO_ERROR});
+    // Nobody asked to be called back for these.
+    for (const CoInstaller entry : kEntries)
+        for (const DI_FUNCTION request : std::initializer_list<DI_FUNCTION>{DIF_REMOVE, DIF_UPDATEDRIVER_UI})
+            EXPECT_EQ(installer().Ask(entry, request, PortId(adapter, 0), true), DWORD{NO_ERROR});
     // A first call of an installation asks to be called back, and only the adapter's has something to do
     // before it.
     installer().Ask(&QxUCoInstallPort, DIF_INSTALLDEVICE, PortId(adapter, 0));
@@ -113,12 +118,15 @@ TEST_F(Requests, RemovingAnAdapterStartsItsUninstallProgramAndDoesNotWait) {
     installer().Ask(&QxUCoInstallCard, DIF_REMOVE, id);
     EXPECT_EQ(Calls("CreateProcessW"), 0U) << "no value";
 
-    machine().WriteText(KeyPath(id), "UnInstall", "qxun.exe");
-    installer().Ask(&QxUCoInstallCard, DIF_REMOVE, id);
-    EXPECT_TRUE(machine().started_programs.empty()) << "no such program";
+    machine().programs[machine().system_directory] = {};
+    for (const char* const missing : {"", "qxun.exe"}) {
+        machine().WriteText(KeyPath(id), "UnInstall", missing);
+        installer().Ask(&QxUCoInstallCard, DIF_REMOVE, id);
+        EXPECT_TRUE(machine().started_programs.empty()) << missing;
+    }
 
     const qxsim::WideString path = machine().system_directory + TEXT("\\qxun.exe");
-    machine().programs[path] = {.runs_for = 30000};
+    machine().programs[path] = {.runs_for = 90000};
     const std::uint64_t before = machine().clock;
     installer().Ask(&QxUCoInstallCard, DIF_REMOVE, id);
     ASSERT_EQ(machine().started_programs.size(), 1U);
@@ -127,11 +135,14 @@ TEST_F(Requests, RemovingAnAdapterStartsItsUninstallProgramAndDoesNotWait) {
     EXPECT_TRUE(machine().started_programs[0].inherit_handles);
     EXPECT_EQ(machine().started_programs[0].creation_flags, DWORD{NORMAL_PRIORITY_CLASS});
     EXPECT_EQ(machine().clock, before);
+    const Handed handed = Hand(id);
+    EXPECT_TRUE(qx::RunUninstallProgram(handed.set, handed.element, true));
+    EXPECT_EQ(machine().clock, before + 60000) << "a program that hangs is not waited for";
 
     // Without the system directory a program of that name could be anybody's.
     instruments().Inject({.function = "GetSystemDirectoryW"});
     installer().Ask(&QxUCoInstallCard, DIF_REMOVE, id);
-    EXPECT_EQ(machine().started_programs.size(), 1U);
+    EXPECT_EQ(machine().started_programs.size(), 2U);
 }
 
 // --- the GPIO function and its companion
@@ -169,11 +180,10 @@ TEST_F(GpioRemoval, TakesTheFirstCompanionAtTheSamePlaceWithIt) {
 
 TEST_F(GpioRemoval, LeavesEverythingWhereTheLocationDoesNotFit) {
     Add(kSerial, "MultiPortSerial", "PCI bus 3, device 0, function 1");
-    const std::string padding(50, ' ');
     for (const std::string& location :
          {std::string("PCI bus 3, device 0, function 1"), std::string("PCI bus 3, device 0, function 2"),
           std::string("PCI bus 3, device 0, Function 0"), std::string("PCI bus 3, function "),
-          std::string("PCI bus 3, device 0, function 0") + padding, std::string()}) {
+          std::string()}) {
         machine().SetPropertyText(Dev(kGpio), SPDRP_LOCATION_INFORMATION, location);
         RemoveGpio();
         EXPECT_TRUE(There(kSerial)) << location;
@@ -181,6 +191,18 @@ TEST_F(GpioRemoval, LeavesEverythingWhereTheLocationDoesNotFit) {
     Dev(kGpio).properties.erase(SPDRP_LOCATION_INFORMATION);
     RemoveGpio();
     EXPECT_TRUE(There(kSerial));
+}
+
+TEST_F(GpioRemoval, ComparesLocationsOfUpToFortyNineCharacters) {
+    for (const std::size_t length : {50U, 49U}) {
+        const std::string place = std::string(length - 10, 'x') + "function ";
+        Add(kSerial, "MultiPortSerial", place + '1');
+        machine().SetPropertyText(Dev(kGpio), SPDRP_LOCATION_INFORMATION, place + '0');
+        RemoveGpio();
+        EXPECT_EQ(There(kSerial), length == 50) << length;
+        if (There(kSerial))
+            machine().Remove(Dev(kSerial));
+    }
 }
 
 TEST_F(GpioRemoval, StopsAtADeviceThatDoesNotSayWhereItIsAndPassesAbsentOnes) {
