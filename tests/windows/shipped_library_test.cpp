@@ -121,9 +121,44 @@ TEST_F(ShippedLibraryTest, IsSmallAndHasItsSymbolsBesideIt) {
 }
 
 TEST_F(ShippedLibraryTest, CarriesItsResources) {
-    EXPECT_NE(FindResourceW(library, MAKEINTRESOURCEW(1), L"TYPELIB"), nullptr);
-    EXPECT_NE(FindResourceW(library, MAKEINTRESOURCEW(2), MAKEINTRESOURCEW(24)), nullptr);  // the manifest
+    const HRSRC found = FindResourceW(library, MAKEINTRESOURCEW(2), MAKEINTRESOURCEW(24));
+    ASSERT_NE(found, nullptr);
+    const std::string manifest(static_cast<const char*>(LockResource(LoadResource(library, found))),
+                               SizeofResource(library, found));
+    for (const char* const part :
+         {"level=\"asInvoker\"", "name=\"Microsoft.Windows.Common-Controls\" version=\"6.0.0.0\""})
+        EXPECT_NE(manifest.find(part), std::string::npos) << part;
     EXPECT_NE(FindResourceW(library, MAKEINTRESOURCEW(VS_VERSION_INFO), MAKEINTRESOURCEW(16)), nullptr);
+}
+
+TEST_F(ShippedLibraryTest, DescribesItsPageClass) {
+    ITypeLib* types = nullptr;
+    ASSERT_EQ(LoadTypeLib(qxtest::BesideProgram(L"QxUUI10.DLL").c_str(), &types), S_OK);
+    TLIBATTR* library_is = nullptr;
+    ASSERT_EQ(types->GetLibAttr(&library_is), S_OK);
+    EXPECT_EQ(std::pair(library_is->wMajorVerNum, library_is->wMinorVerNum), std::pair(WORD{1}, WORD{0}));
+    types->ReleaseTLibAttr(library_is);
+    GUID page{};
+    ASSERT_EQ(CLSIDFromString(L"{" QX_TEXT(QX_PROP_PAGE_CLASS_ID) L"}", &page), S_OK);
+    ITypeInfo* page_class = nullptr;
+    ASSERT_EQ(types->GetTypeInfoOfGuid(page, &page_class), S_OK);
+    TYPEATTR* page_is = nullptr;
+    ASSERT_EQ(page_class->GetTypeAttr(&page_is), S_OK);
+    EXPECT_EQ(page_is->typekind, TKIND_COCLASS);
+    page_class->ReleaseTypeAttr(page_is);
+    const auto texts = [](auto* described) {
+        BSTR name = nullptr;
+        BSTR help = nullptr;
+        EXPECT_EQ(described->GetDocumentation(-1, &name, &help, nullptr, nullptr), S_OK);
+        const std::wstring both = std::wstring(name ? name : L"") + L": " + (help ? help : L"");
+        SysFreeString(name);
+        SysFreeString(help);
+        return both;
+    };
+    EXPECT_EQ(texts(types), L"QxUUILib: QxUUI 1.0 Type Library");
+    EXPECT_EQ(texts(page_class), L"PropPage: PropPage Class");
+    page_class->Release();
+    types->Release();
 }
 
 TEST_F(ShippedLibraryTest, RegistersItsTypeLibraryAndTakesItBack) {
