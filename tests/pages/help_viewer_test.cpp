@@ -35,7 +35,7 @@ class HelpViewer : public PortSheetTest {
             {
                 test();
                 std::fflush(stdout);
-                std::_Exit(testing::Test::HasFailure() ? 1 : 0);
+                std::exit(testing::Test::HasFailure() ? 1 : 0);
             },
             testing::ExitedWithCode(0), "");
     }

@@ -99,6 +99,13 @@ TEST_F(PageLife, HasNoPageForOtherSheetsAndForDriversThatDoNotAnswer) {
         EXPECT_EQ(answer.result, TRUE);
         EXPECT_EQ(answer.added, 0);
     }
+    // The properties of a whole class come without a device, and a request may lack its parts.
+    SP_PROPSHEETPAGE_REQUEST request{};
+    request.PageRequested = SPPSR_ENUM_ADV_DEVICE_PROPERTIES;
+    const LPFNADDPROPSHEETPAGE add = [](HPROPSHEETPAGE, LPARAM) -> BOOL { return TRUE; };
+    EXPECT_FALSE(QxUPortPropPage(&request, add, 0));
+    EXPECT_FALSE(QxUPortPropPage(&request, nullptr, 0));
+    EXPECT_FALSE(QxUPortPropPage(nullptr, add, 0));
     EXPECT_EQ(instruments().CallCount("SetupDiGetClassDevsW"), 0U);
 
     Driver().misbehaviour[{qxsim::DriverRequest::Settings, 0}].refuse = ERROR_GEN_FAILURE;
