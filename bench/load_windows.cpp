@@ -43,8 +43,8 @@ double Measure(const wchar_t* file) {
 // the computer does falls on both.
 int main() {
     // What both need is there before either, as it is in the device manager.
-    for (const wchar_t* system :
-         {L"comctl32.dll", L"setupapi.dll", L"cfgmgr32.dll", L"oleaut32.dll", L"shell32.dll"})
+    for (const wchar_t* system : {L"comctl32.dll", L"setupapi.dll", L"cfgmgr32.dll", L"oleaut32.dll",
+                                  L"shell32.dll", L"gdi32.dll", L"msports.dll"})
         LoadLibraryW(system);
     std::array candidates{Candidate{"Load/QxUUI10", L"QxUUI10.DLL"},
                           Candidate{"Load/empty_library", L"empty.dll"}};
