@@ -9,6 +9,7 @@
 #include <deque>
 #include <map>
 #include <set>
+#include <unordered_map>
 #include <utility>
 
 namespace qxsim {
@@ -16,10 +17,10 @@ namespace qxsim {
 namespace {
 
 struct WindowTable {
-    std::map<std::uintptr_t, WindowRef> windows;
-    std::vector<HWND> top_level;              // the one in front last
-    std::map<DWORD, HWND> focus;              // by thread
-    std::map<DWORD, std::deque<MSG>> posted;  // by thread
+    std::unordered_map<std::uintptr_t, WindowRef> windows;  // by handle, which nearly every call looks up
+    std::vector<HWND> top_level;                            // the one in front last
+    std::map<DWORD, HWND> focus;                            // by thread
+    std::map<DWORD, std::deque<MSG>> posted;                // by thread
     std::uintptr_t next_handle = 0x10010;
 };
 
@@ -387,6 +388,8 @@ void PaintInvalid() {
                 window->procedure != window->window_class->procedure)
                 waiting.push_back(window);
     }
+    // In the order in which they were made.
+    std::ranges::sort(waiting, {}, &Window::handle);
     for (const WindowRef& window : waiting)
         if (ShownOnScreen(window->handle)) {
             window->dirty = false;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <set>
 #include <stdexcept>
 #include <utility>
 
@@ -519,17 +520,19 @@ DEVINST Machine::AddDevice(DEVINST parent, const DeviceRecipe& recipe) {
     device.properties[SPDRP_HARDWAREID] = {REG_MULTI_SZ, list};
 
     // A driver key and a kernel device as nobody else has them.
-    const auto taken = [this](const auto& is_it) { return std::ranges::any_of(devices, is_it); };
     std::string driver;
     if (recipe.driver) {
         driver = *recipe.driver;
     } else {
+        std::set<std::string> taken;
+        for (const Device& other : devices)
+            taken.insert(PropertyText(other, SPDRP_DRIVER));
         const std::string guid = FormatGuid(device.setup_class);
         for (unsigned number = 0; driver.empty(); ++number) {
             const std::string digits = std::to_string(number);
             std::string candidate = guid + "\\";
             candidate.append(4 - std::min<std::size_t>(digits.size(), 4), '0').append(digits);
-            if (!taken([&](const Device& other) { return PropertyText(other, SPDRP_DRIVER) == candidate; }))
+            if (!taken.contains(candidate))
                 driver = candidate;
         }
     }
@@ -539,10 +542,13 @@ DEVINST Machine::AddDevice(DEVINST parent, const DeviceRecipe& recipe) {
     if (recipe.kernel_path) {
         device.kernel_path = ToWide(*recipe.kernel_path);
     } else if (is_port) {
+        std::set<WideString, CaselessLess> taken;
+        for (const Device& other : devices)
+            taken.insert(other.kernel_path);
         for (unsigned number = 0; device.kernel_path.empty(); ++number) {
             const WideString candidate =
                 ToWide((recipe.foreign ? "\\Device\\Serial" : "\\Device\\QxSerial") + std::to_string(number));
-            if (!taken([&](const Device& other) { return EqualsCaseless(other.kernel_path, candidate); }))
+            if (!taken.contains(candidate))
                 device.kernel_path = candidate;
         }
     }
