@@ -25,7 +25,6 @@ struct Bench {
         recipe.port = "COM5";
         machine.AddDevice(qxsim::Machine::kRoot, recipe);
         set = qxsim::HandDevice(machine, *machine.Find(kPort), element);
-        qxsim::Instruments::The().KeepTrace(false);
     }
     qxsim::Machine machine;
     qxsim::CurrentMachine current;
