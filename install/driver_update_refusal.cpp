@@ -3,6 +3,7 @@
 #include "base/module_instance.h"
 #include "device_records/registry_layout.h"
 #include "install/device_helpers.h"
+#include "install/product_data.h"
 #include "module/resource.h"
 
 namespace qx {
@@ -12,7 +13,7 @@ DWORD AnswerDriverUpdate(HDEVINFO set, const SP_DEVINFO_DATA& device) {
     if (!ReadDeviceString(set, device, kNoUpgrade, no_upgrade) || ParseDecimal(no_upgrade.view()) != 1)
         return NO_ERROR;
     static_cast<void>(
-        MessageBoxW(nullptr, LoadText(IDS_UPDATE_PARENT_DRIVER).c_str(), TEXT("Tessel"), MB_ICONHAND));
+        MessageBoxW(nullptr, LoadText(IDS_UPDATE_PARENT_DRIVER).c_str(), kMakerCaption, MB_ICONHAND));
     return ERROR_DI_DONT_INSTALL;
 }
 

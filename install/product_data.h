@@ -10,6 +10,9 @@
 
 namespace qx {
 
+// Caption of the messages that installation shows.
+inline constexpr const WCHAR* kMakerCaption = TEXT("Tessel");
+
 // A product whose ports carry one COM number on every machine, because the software it is sold with looks for
 // it there.
 struct FixedComNumber {

@@ -19,8 +19,7 @@ CAdvancedDialog::CAdvancedDialog(HDEVINFO device_set, const SP_DEVINFO_DATA& ele
       port_record_(device_set, element),
       rs422_485_page_(device_set, element),
       com_number_page_(device_set, element),
-      usb_settings_page_(device_set, element),
-      about_page_() {
+      usb_settings_page_(device_set, element) {
     AddPage(com_number_page_.Create());
     if (rs422_485_page_.IsOffered())
         AddPage(rs422_485_page_.Create());
