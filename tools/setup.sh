@@ -1,6 +1,6 @@
 # Sourced by ./run, ./test and .ci/run: finds out what the machine lacks for a job, and installs it where that is possible.
 #
-#   qx_need JOB      JOB is native, bench, format, sanitize, coverage or windows. Answers 0 when everything is there or
+#   qx_need JOB      JOB is native, bench, format, sanitize, coverage, tidy or windows. Answers 0 when everything is there or
 #                    could be installed. Otherwise it says what is missing and answers 1; with CI=true it ends the script,
 #                    because there nothing may be left out.
 
@@ -11,6 +11,7 @@ qx_packages() {
         format) echo "clang-format" ;;
         sanitize) echo "clang libclang-rt-14-dev" ;;
         coverage) echo "gcovr" ;;
+        tidy) echo "clang-tidy" ;;
         windows)
             echo "g++-mingw-w64-x86-64-posix googletest wine64 wine64-tools libwine-dev fonts-wine xvfb imagemagick"
             ;;
