@@ -18,9 +18,6 @@
 #define WAIT_OBJECT_0 0
 #define WAIT_ABANDONED 0x00000080
 #define WAIT_FAILED ((DWORD)0xffffffff)
-#define MUTANT_QUERY_STATE 0x0001
-#define MUTANT_ALL_ACCESS (STANDARD_RIGHTS_REQUIRED | SYNCHRONIZE | MUTANT_QUERY_STATE)
-#define MUTEX_ALL_ACCESS MUTANT_ALL_ACCESS
 
 #define NORMAL_PRIORITY_CLASS 0x20
 
@@ -30,6 +27,8 @@
 
 #define DLL_PROCESS_DETACH 0
 #define DLL_PROCESS_ATTACH 1
+#define DLL_THREAD_ATTACH 2
+#define DLL_THREAD_DETACH 3
 
 #define LOAD_WITH_ALTERED_SEARCH_PATH 0x8
 #define LOAD_LIBRARY_SEARCH_SYSTEM32 0x800
@@ -140,7 +139,6 @@ DWORD WINAPI QueryDosDeviceW(LPCWSTR lpDeviceName, LPWSTR lpTargetPath, DWORD uc
 BOOL WINAPI DefineDosDeviceW(DWORD dwFlags, LPCWSTR lpDeviceName, LPCWSTR lpTargetPath);
 
 HANDLE WINAPI CreateMutexW(LPSECURITY_ATTRIBUTES lpMutexAttributes, BOOL bInitialOwner, LPCWSTR lpName);
-HANDLE WINAPI OpenMutexW(DWORD dwDesiredAccess, BOOL bInheritHandle, LPCWSTR lpName);
 BOOL WINAPI ReleaseMutex(HANDLE hMutex);
 DWORD WINAPI WaitForSingleObject(HANDLE hHandle, DWORD dwMilliseconds);
 
@@ -152,7 +150,6 @@ BOOL WINAPI CreateProcessW(LPCWSTR lpApplicationName, LPWSTR lpCommandLine,
 DWORD WINAPI GetCurrentProcessId();
 DWORD WINAPI GetCurrentThreadId();
 VOID WINAPI Sleep(DWORD dwMilliseconds);
-DWORD WINAPI GetTickCount();
 BOOL WINAPI GetVersionExW(LPOSVERSIONINFOW lpVersionInformation);
 UINT WINAPI GetSystemDirectoryW(LPWSTR lpBuffer, UINT uSize);
 DWORD WINAPI ExpandEnvironmentStringsW(LPCWSTR lpSrc, LPWSTR lpDst, DWORD nSize);
@@ -172,10 +169,6 @@ HANDLE WINAPI CreateActCtxW(PCACTCTXW pActCtx);
 VOID WINAPI ReleaseActCtx(HANDLE hActCtx);
 BOOL WINAPI ActivateActCtx(HANDLE hActCtx, ULONG_PTR* lpCookie);
 BOOL WINAPI DeactivateActCtx(DWORD dwFlags, ULONG_PTR ulCookie);
-
-// Text helpers of the platform; -1 as `cchCount` means up to the terminator.
-int WINAPI lstrcmpiW(LPCWSTR lpString1, LPCWSTR lpString2);
-int WINAPI lstrlenW(LPCWSTR lpString);
 }
 
 inline LONG InterlockedIncrement(LONG volatile* value) {

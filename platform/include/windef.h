@@ -12,9 +12,7 @@
 #define STDMETHODCALLTYPE
 #define STDAPICALLTYPE
 #define CONST const
-#define FAR
 #define IN
-#define OUT
 
 #define TRUE 1
 #define FALSE 0

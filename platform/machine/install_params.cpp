@@ -8,13 +8,11 @@ namespace qxsim {
 
 QX_PLATFORM_CALL(SetupDiGetDeviceInstallParamsW);
 QX_PLATFORM_CALL(SetupDiSetDeviceInstallParamsW);
-QX_PLATFORM_CALL(SetupDiGetClassInstallParamsW);
 QX_PLATFORM_CALL(SetupDiSetClassInstallParamsW);
 QX_PLATFORM_CALL(SetupDiCallClassInstaller);
 
 namespace {
 
-constexpr DWORD kClassInstallParams = 0x00100000;  // DI_CLASSINSTALLPARAMS: there are some, and they count
 constexpr std::size_t kNoRoom = 0;
 
 static_assert(sizeof(SP_DEVINSTALL_PARAMS_W) == 584);
@@ -135,31 +133,9 @@ BOOL WINAPI SetupDiSetDeviceInstallParamsW(HDEVINFO handle, PSP_DEVINFO_DATA dat
         return call.Fail(ERROR_INVALID_PARAMETER);
     if (params->cbSize != sizeof(SP_DEVINSTALL_PARAMS_W))
         return call.Fail(ERROR_INVALID_USER_BUFFER);
-    if ((params->Flags & kClassInstallParams) != 0 && place.class_install->empty())
+    if ((params->Flags & DI_CLASSINSTALLPARAMS) != 0 && place.class_install->empty())
         return call.Fail(ERROR_NO_CLASSINSTALL_PARAMS);
     place.Install() = *params;
-    return call.Return(TRUE);
-}
-
-BOOL WINAPI SetupDiGetClassInstallParamsW(HDEVINFO handle, PSP_DEVINFO_DATA data,
-                                          PSP_CLASSINSTALL_HEADER params, DWORD size, PDWORD required) {
-    Call call("SetupDiGetClassInstallParamsW", handle, size);
-    if (call.Faulted())
-        return call.Fail(call.FaultError(ERROR_NO_CLASSINSTALL_PARAMS));
-    Place place;
-    if (const DWORD error = FindPlace(handle, data, place); error != ERROR_SUCCESS)
-        return call.Fail(error);
-    if (place.class_install->empty())
-        return call.Fail(ERROR_NO_CLASSINSTALL_PARAMS);
-    if (params == nullptr ? size != kNoRoom : size < sizeof(SP_CLASSINSTALL_HEADER))
-        return call.Fail(ERROR_INVALID_PARAMETER);
-    if (params != nullptr && params->cbSize != sizeof(SP_CLASSINSTALL_HEADER))
-        return call.Fail(ERROR_INVALID_USER_BUFFER);
-    if (required != nullptr)
-        *required = static_cast<DWORD>(place.class_install->size());
-    if (size < place.class_install->size())
-        return call.Fail(ERROR_INSUFFICIENT_BUFFER);
-    CopyOut(params, place.class_install->data(), place.class_install->size());
     return call.Return(TRUE);
 }
 
@@ -180,7 +156,7 @@ BOOL WINAPI SetupDiSetClassInstallParamsW(HDEVINFO handle, PSP_DEVINFO_DATA data
         if (size != kNoRoom)
             return call.Fail(ERROR_INVALID_PARAMETER);
         place.class_install->clear();
-        place.Install().Flags &= ~kClassInstallParams;
+        place.Install().Flags &= ~DWORD{DI_CLASSINSTALLPARAMS};
         return call.Return(TRUE);
     }
     if (size < sizeof(SP_CLASSINSTALL_HEADER))
@@ -193,7 +169,7 @@ BOOL WINAPI SetupDiSetClassInstallParamsW(HDEVINFO handle, PSP_DEVINFO_DATA data
     }
     const BYTE* bytes = reinterpret_cast<const BYTE*>(params);
     place.class_install->assign(bytes, bytes + size);
-    place.Install().Flags |= kClassInstallParams;
+    place.Install().Flags |= DI_CLASSINSTALLPARAMS;
     return call.Return(TRUE);
 }
 
@@ -226,7 +202,7 @@ BOOL WINAPI SetupDiCallClassInstaller(DI_FUNCTION function, HDEVINFO handle, PSP
         return call.Return(TRUE);
     }
     SP_PROPCHANGE_PARAMS change{};
-    if ((place.Install().Flags & kClassInstallParams) == 0 || place.class_install->size() < sizeof(change))
+    if ((place.Install().Flags & DI_CLASSINSTALLPARAMS) == 0 || place.class_install->size() < sizeof(change))
         return call.Fail(ERROR_NO_CLASSINSTALL_PARAMS);
     std::memcpy(&change, place.class_install->data(), sizeof(change));
     if (change.ClassInstallHeader.InstallFunction != DIF_PROPERTYCHANGE)

@@ -75,7 +75,6 @@ class Instruments {
     // --- trace ---
     // Keeping records costs more than the calls themselves; counting goes on when it is off. On after Reset.
     void KeepTrace(bool keep);
-    [[nodiscard]] bool KeepsTrace() const { return keep_trace_; }
     [[nodiscard]] std::vector<CallRecord> Trace() const;
     // Called with each finished call, for printing while the system runs; none by default.
     void OnCall(std::function<void(const CallRecord&)> sink);
@@ -164,9 +163,9 @@ requires(std::integral<Number> || std::is_enum_v<Number>) [[nodiscard]] std::str
 //
 //     LSTATUS RegCloseKey(HKEY key) {
 //         Call call("RegCloseKey", key);
-//         if (call.Faulted()) { ...close all the same...; return
-//         call.Return(call.FaultError(ERROR_GEN_FAILURE)); }
-//         ...
+//         ...close, also when the call is to fail...
+//         if (call.Faulted())
+//             return call.Return(call.FaultError(ERROR_GEN_FAILURE));
 //         return call.Return(ERROR_SUCCESS);
 //     }
 //

@@ -566,9 +566,7 @@ DEVINST Machine::AddDevice(DEVINST parent, const DeviceRecipe& recipe) {
         device.interfaces.push_back({control_class, ToWide("qxgendrv_" + reference)});
     }
     device.plugged = recipe.plugged;
-    device.problem = recipe.problem != 0 ? recipe.problem
-                     : recipe.started    ? 0
-                                         : 28;  // CM_PROB_FAILED_INSTALL
+    device.problem = recipe.problem != 0 ? recipe.problem : recipe.started ? 0 : CM_PROB_FAILED_INSTALL;
     device.disabled = recipe.problem == CM_PROB_DISABLED;
     device.started = false;
     devices[parent].children.push_back(node);

@@ -33,8 +33,7 @@
 
 namespace qxsim QX_SIMULATOR_API {
 
-// --- text that the platform compares without regard to case
-// -------------------------------------------------
+// --- text that the platform compares without regard to case ---
 
 [[nodiscard]] WCHAR UpperCase(WCHAR unit);
 [[nodiscard]] WCHAR LowerCase(WCHAR unit);
@@ -53,8 +52,7 @@ using Bytes = std::vector<BYTE>;
 [[nodiscard]] WideString BytesText(const Bytes& bytes);
 [[nodiscard]] Bytes DwordBytes(std::uint32_t value);
 
-// --- registry
-// --------------------------------------------------------------------------------------------------
+// --- registry ---
 
 struct RegistryValue {
     WideString name;
@@ -76,8 +74,7 @@ struct RegistryKey {
     [[nodiscard]] std::shared_ptr<RegistryKey> Clone() const;
 };
 
-// --- the drivers' parameter sets
-// ---------------------------------------------------------------------------------
+// --- the drivers' parameter sets ---
 
 inline constexpr std::size_t kPortSettingCount = 33;
 inline constexpr std::size_t kBusNumberCount = 13;
@@ -131,8 +128,7 @@ struct ControlDevice {
         writes;  // every request of kind Write as it came, header and all; not kept over a restart
 };
 
-// --- devices
-// --------------------------------------------------------------------------------------------------------
+// --- devices ---
 
 struct Property {
     DWORD type = REG_SZ;
@@ -195,8 +191,7 @@ struct DeviceRecipe {
     bool claim = true;  // whether the port database has the port's number claimed
 };
 
-// --- the computer
-// --------------------------------------------------------------------------------------------------
+// --- the computer ---
 
 struct Program {
     std::uint32_t runs_for = 0;  // milliseconds of simulated time
@@ -223,6 +218,7 @@ struct MachineState {
     MachineState& operator=(MachineState&&) noexcept = default;
     ~MachineState() = default;
 
+    std::string about;  // what a machine file's writer says of it; UTF-8
     DWORD major_version = 10;
     DWORD minor_version = 0;
     DWORD build = 19045;
@@ -239,8 +235,7 @@ struct MachineState {
     std::map<WideString, std::vector<WideString>, CaselessLess> dos_names;
 };
 
-// What is wrong with a machine file: "line 42: devices[1].children[0].settings.Baudrate: expected a number
-// ...".
+// What is wrong with a machine file: "line 42: devices[1].settings.Baudrate: expected a number ...".
 class MachineFileError : public std::runtime_error {
   public:
     using std::runtime_error::runtime_error;
@@ -272,7 +267,8 @@ class Machine : public MachineState {
     // --- machine files. All throw MachineFileError; `name` stands in messages.
     [[nodiscard]] static std::unique_ptr<Machine> Load(const std::filesystem::path& file);
     [[nodiscard]] static std::unique_ptr<Machine> FromJson(std::string_view json);
-    // Writes beside the file, then renames: never half-written.
+    // Writes beside the file, then renames: never half-written. A link stays one, and the file its
+    // permissions.
     void Save(const std::filesystem::path& file) const;
     [[nodiscard]] std::string ToJson() const;
 
@@ -368,7 +364,7 @@ class Machine : public MachineState {
 
     // --- processes and mutexes
     std::vector<StartedProgram> started_programs;
-    std::set<WideString> refused_mutexes;  // CreateMutexW and OpenMutexW get ERROR_ACCESS_DENIED
+    std::set<WideString> refused_mutexes;  // CreateMutexW gets ERROR_ACCESS_DENIED
     std::uint64_t clock = 0;               // simulated milliseconds since the start
     [[nodiscard]] bool MutexExists(WideView name) const;
     // The simulated process ends: its handles are closed, mutexes that it owns are abandoned.

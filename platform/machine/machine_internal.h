@@ -11,17 +11,6 @@
 #include <unordered_map>
 #include <vector>
 
-// Codes that only the computer itself answers with.
-#ifndef ERROR_BAD_PATHNAME
-#define ERROR_BAD_PATHNAME 161
-#endif
-#ifndef ERROR_NOT_CONNECTED
-#define ERROR_NOT_CONNECTED 2250
-#endif
-#ifndef ERROR_INVALID_USER_BUFFER
-#define ERROR_INVALID_USER_BUFFER 1784
-#endif
-
 namespace qxsim {
 
 inline constexpr const char* kKeyHandle = "registry key";

@@ -14,7 +14,6 @@ QX_PLATFORM_CALL(SetLastError);
 QX_PLATFORM_CALL(LocalAlloc);
 QX_PLATFORM_CALL(LocalFree);
 QX_PLATFORM_CALL(Sleep);
-QX_PLATFORM_CALL(GetTickCount);
 QX_PLATFORM_CALL(ExpandEnvironmentStringsW);
 
 namespace {
@@ -63,11 +62,6 @@ VOID WINAPI Sleep(DWORD milliseconds) {
         Machine::Current().clock += milliseconds;
     }
     std::this_thread::yield();
-}
-
-// Simulated time passes only while somebody sleeps or waits.
-DWORD WINAPI GetTickCount() {
-    return Call::Infallible("GetTickCount").Return(static_cast<DWORD>(Machine::Current().clock));
 }
 
 DWORD WINAPI ExpandEnvironmentStringsW(LPCWSTR source, LPWSTR buffer, DWORD size) {

@@ -8,8 +8,6 @@ namespace qxsim {
 
 QX_PLATFORM_CALL(CharUpperW);
 QX_PLATFORM_CALL(CharLowerW);
-QX_PLATFORM_CALL(lstrcmpiW);
-QX_PLATFORM_CALL(lstrlenW);
 QX_PLATFORM_CALL(MultiByteToWideChar);
 QX_PLATFORM_CALL(WideCharToMultiByte);
 
@@ -78,17 +76,6 @@ LPWSTR WINAPI CharUpperW(LPWSTR text) {
 LPWSTR WINAPI CharLowerW(LPWSTR text) {
     const Call call = Call::Infallible("CharLowerW", static_cast<const WCHAR*>(text));
     return ConvertCase(text, [](WCHAR unit) { return LowerCase(unit); });
-}
-
-int WINAPI lstrcmpiW(LPCWSTR a, LPCWSTR b) {
-    Call call = Call::Infallible("lstrcmpiW", a, b);
-    const CaselessLess less;
-    return call.Return(less(a, b) ? -1 : less(b, a) ? 1 : 0);
-}
-
-int WINAPI lstrlenW(LPCWSTR text) {
-    Call call = Call::Infallible("lstrlenW", text);
-    return call.Return(text == nullptr ? 0 : static_cast<int>(WideView(text).size()));
 }
 
 int WINAPI MultiByteToWideChar(UINT code_page, DWORD flags, LPCSTR text, int length, LPWSTR buffer,

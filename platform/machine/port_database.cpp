@@ -13,12 +13,8 @@ QX_PLATFORM_CALL(ComDBGetCurrentPortUsage);
 QX_PLATFORM_CALL(ComDBClaimPort);
 QX_PLATFORM_CALL(ComDBClaimNextFreePort);
 QX_PLATFORM_CALL(ComDBReleasePort);
-QX_PLATFORM_CALL(ComDBResizeDatabase);
 
 namespace {
-
-constexpr DWORD kCannotWrite = 30;   // ERROR_WRITE_FAULT's sibling for the database: it could not be stored
-constexpr DWORD kNoLogSpace = 1019;  // ERROR_NO_LOG_SPACE: no number is free
 
 LONG Result(Call& call, DWORD error) {
     return call.Return(static_cast<LONG>(error));
@@ -85,7 +81,7 @@ LONG WINAPI ComDBClaimPort(HCOMDB handle, DWORD number, BOOL force, PBOOL forced
     if (forced != nullptr)
         *forced = FALSE;
     if (call.Faulted())
-        return Result(call, call.FaultError(kCannotWrite));
+        return Result(call, call.FaultError(ERROR_CANTWRITE));
     std::vector<bool>& claimed = Machine::Current().claimed;
     if (!IsOpen(handle) || number == 0 || number > claimed.size())
         return Result(call, ERROR_INVALID_PARAMETER);
@@ -104,13 +100,13 @@ LONG WINAPI ComDBClaimPort(HCOMDB handle, DWORD number, BOOL force, PBOOL forced
 LONG WINAPI ComDBClaimNextFreePort(HCOMDB handle, LPDWORD number) {
     Call call("ComDBClaimNextFreePort", handle);
     if (call.Faulted())
-        return Result(call, call.FaultError(kCannotWrite));
+        return Result(call, call.FaultError(ERROR_CANTWRITE));
     if (!IsOpen(handle) || number == nullptr)
         return Result(call, ERROR_INVALID_PARAMETER);
     std::vector<bool>& claimed = Machine::Current().claimed;
     const auto free = std::ranges::find(claimed, false);
     if (free == claimed.end())
-        return Result(call, kNoLogSpace);
+        return Result(call, ERROR_NO_LOG_SPACE);
     call.Changing();
     *free = true;
     *number = static_cast<DWORD>(free - claimed.begin() + 1);
@@ -120,7 +116,7 @@ LONG WINAPI ComDBClaimNextFreePort(HCOMDB handle, LPDWORD number) {
 LONG WINAPI ComDBReleasePort(HCOMDB handle, DWORD number) {
     Call call("ComDBReleasePort", handle, number);
     if (call.Faulted())
-        return Result(call, call.FaultError(kCannotWrite));
+        return Result(call, call.FaultError(ERROR_CANTWRITE));
     std::vector<bool>& claimed = Machine::Current().claimed;
     if (!IsOpen(handle) || number == 0 || number > claimed.size())
         return Result(call, ERROR_INVALID_PARAMETER);
@@ -128,19 +124,6 @@ LONG WINAPI ComDBReleasePort(HCOMDB handle, DWORD number) {
         call.Changing();
         claimed[number - 1] = false;
     }
-    return Result(call, ERROR_SUCCESS);
-}
-
-LONG WINAPI ComDBResizeDatabase(HCOMDB handle, DWORD size) {
-    Call call("ComDBResizeDatabase", handle, size);
-    if (call.Faulted())
-        return Result(call, call.FaultError(kCannotWrite));
-    std::vector<bool>& claimed = Machine::Current().claimed;
-    // It grows in whole blocks, and never shrinks.
-    if (!IsOpen(handle) || size > COMDB_MAX_PORTS_ARBITRATED || size % 1024 != 0 || size < claimed.size())
-        return Result(call, ERROR_INVALID_PARAMETER);
-    call.Changing();
-    claimed.resize(size);
     return Result(call, ERROR_SUCCESS);
 }
 

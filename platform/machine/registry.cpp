@@ -18,7 +18,6 @@ QX_PLATFORM_CALL(RegQueryValueExW);
 QX_PLATFORM_CALL(RegSetValueExW);
 QX_PLATFORM_CALL(RegEnumValueW);
 QX_PLATFORM_CALL(RegEnumKeyExW);
-QX_PLATFORM_CALL(RegQueryInfoKeyW);
 QX_PLATFORM_CALL(RegDeleteKeyW);
 QX_PLATFORM_CALL(RegDeleteKeyExW);
 QX_PLATFORM_CALL(RegDeleteValueW);
@@ -289,38 +288,6 @@ LONG WINAPI RegEnumKeyExW(HKEY key, DWORD index, LPWSTR name, LPDWORD name_size,
         class_name[0] = WCHAR{};
     if (class_size != nullptr)
         *class_size = 0;
-    return Result(call, ERROR_SUCCESS);
-}
-
-LONG WINAPI RegQueryInfoKeyW(HKEY key, LPWSTR, LPDWORD class_size, LPDWORD, LPDWORD subkeys,
-                             LPDWORD longest_subkey, LPDWORD longest_class, LPDWORD values,
-                             LPDWORD longest_name, LPDWORD longest_data, LPDWORD descriptor, PFILETIME) {
-    Call call("RegQueryInfoKeyW", key);
-    if (call.Faulted())
-        return Result(call, call.FaultError(ERROR_ACCESS_DENIED));
-    KeyHandle open;
-    if (const DWORD error = UsableKey(Machine::Current(), key, KEY_QUERY_VALUE, open); error != ERROR_SUCCESS)
-        return Result(call, error);
-    const auto longest = [](const auto& range, const auto& size) {
-        std::size_t most = 0;
-        for (const auto& item : range)
-            most = std::max(most, size(item));
-        return most;
-    };
-    const auto answer = [](LPDWORD target, std::size_t value) {
-        if (target != nullptr)
-            *target = static_cast<DWORD>(value);
-    };
-    answer(class_size, 0);
-    answer(longest_class, 0);
-    answer(descriptor, 0);
-    answer(subkeys, open.key->subkeys.size());
-    answer(longest_subkey, longest(open.key->subkeys, [](const auto& entry) { return entry.first.size(); }));
-    answer(values, open.key->values.size());
-    answer(longest_name,
-           longest(open.key->values, [](const RegistryValue& value) { return value.name.size(); }));
-    answer(longest_data,
-           longest(open.key->values, [](const RegistryValue& value) { return value.data.size(); }));
     return Result(call, ERROR_SUCCESS);
 }
 

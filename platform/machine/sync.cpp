@@ -12,7 +12,6 @@
 namespace qxsim {
 
 QX_PLATFORM_CALL(CreateMutexW);
-QX_PLATFORM_CALL(OpenMutexW);
 QX_PLATFORM_CALL(ReleaseMutex);
 QX_PLATFORM_CALL(WaitForSingleObject);
 
@@ -113,24 +112,6 @@ HANDLE WINAPI CreateMutexW(LPSECURITY_ATTRIBUTES, BOOL owned, LPCWSTR name) {
     }
     // Success, too, says by the last error whether the mutex was there already.
     SetLastError(existed ? ERROR_ALREADY_EXISTS : ERROR_SUCCESS);
-    return call.Return(NewHandle(call, machine, std::move(mutex)));
-}
-
-HANDLE WINAPI OpenMutexW(DWORD access, BOOL, LPCWSTR name) {
-    Call call("OpenMutexW", access, name);
-    const auto fail = [&](DWORD error) { return call.Fail(error, static_cast<HANDLE>(nullptr)); };
-    if (call.Faulted())
-        return fail(call.FaultError(ERROR_ACCESS_DENIED));
-    if (name == nullptr)
-        return fail(ERROR_INVALID_PARAMETER);
-    Machine& machine = Machine::Current();
-    if (machine.refused_mutexes.contains(WideString(name)))
-        return fail(ERROR_ACCESS_DENIED);
-    const auto found = machine.Open().mutex_names.find(WideString(name));
-    std::shared_ptr<MutexObject> mutex =
-        found == machine.Open().mutex_names.end() ? nullptr : found->second.lock();
-    if (!mutex)
-        return fail(ERROR_FILE_NOT_FOUND);
     return call.Return(NewHandle(call, machine, std::move(mutex)));
 }
 

@@ -93,11 +93,8 @@ TEST_F(Module, TellsFailuresAndKeepsTheLocale) {
 // Whichever thread comes or goes: the window classes are those of the library's own context, and nothing of
 // it stays with the thread (or, once unloaded, at all).
 TEST_F(Module, RegistersTheControlsInItsOwnContextAtEachNotification) {
-    constexpr DWORD kThreadAttach = 2;
-    constexpr DWORD kThreadDetach = 3;
     qx::CQxUUIModule module;
-    for (const DWORD reason :
-         {DWORD{DLL_PROCESS_ATTACH}, kThreadAttach, kThreadDetach, DWORD{DLL_PROCESS_DETACH}})
+    for (const DWORD reason : {DLL_PROCESS_ATTACH, DLL_THREAD_ATTACH, DLL_THREAD_DETACH, DLL_PROCESS_DETACH})
         module.OnLoadNotification(GetModuleHandleW(TEXT("QxUUI10.DLL")), reason);
     std::string steps;
     std::string context;
