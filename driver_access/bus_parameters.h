@@ -9,7 +9,8 @@ namespace qx {
 // the latency policy with the positions of its sliders. Meaningful after a successful read.
 class CQxUBusUserModeInterface : public CSsInformationSet {
   public:
-    // Registers the elements; one that cannot be registered for want of memory is left out.
+    // Registers the elements. One that cannot be registered for want of memory is left out; such a set is not
+    // complete, and is never exchanged with the driver.
     CQxUBusUserModeInterface() noexcept;
     ~CQxUBusUserModeInterface() override = default;
 

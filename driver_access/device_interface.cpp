@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <memory>
 #include <new>
+#include <optional>
 
 namespace qx {
 
@@ -12,21 +13,21 @@ namespace {
 // The platform checks this size field against the layout that its own programs are compiled with.
 static_assert(sizeof(SP_DEVICE_INTERFACE_DETAIL_DATA_W) == 8);
 
-// The whole path of one interface; empty when the platform does not give it.
-Text PathOf(HDEVINFO set, SP_DEVICE_INTERFACE_DATA& interface_data) {
+// The whole path of one interface, or nothing when the platform does not give it.
+std::optional<Text> PathOf(HDEVINFO set, SP_DEVICE_INTERFACE_DATA& interface_data) {
     DWORD size = 0;
     if (SetupDiGetDeviceInterfaceDetailW(set, &interface_data, nullptr, 0, &size, nullptr) ||
         GetLastError() != ERROR_INSUFFICIENT_BUFFER)
-        return Text();
+        return std::nullopt;
     if (size < sizeof(SP_DEVICE_INTERFACE_DETAIL_DATA_W))
-        return Text();
+        return std::nullopt;
     const std::unique_ptr<BYTE[]> memory(new (std::nothrow) BYTE[size]());
     if (!memory)
-        return Text();
+        return std::nullopt;
     auto* const detail = reinterpret_cast<SP_DEVICE_INTERFACE_DETAIL_DATA_W*>(memory.get());
     detail->cbSize = sizeof(SP_DEVICE_INTERFACE_DETAIL_DATA_W);
     if (!SetupDiGetDeviceInterfaceDetailW(set, &interface_data, detail, size, nullptr, nullptr))
-        return Text();
+        return std::nullopt;
     const std::size_t path_bytes = size - offsetof(SP_DEVICE_INTERFACE_DETAIL_DATA_W, DevicePath);
     return Text::FromBuffer(detail->DevicePath, path_bytes / sizeof(WCHAR));
 }
@@ -55,11 +56,11 @@ bool CQxSetupDi_DeviceInterface::FindInterfacePath(Text pattern) noexcept {
         for (DWORD index = 0; SetupDiEnumDeviceInterfaces(interface_set_.Get(), nullptr, &interface_class_,
                                                           index, &interface_data);
              ++index) {
-            const Text path = PathOf(interface_set_.Get(), interface_data);
-            if (path.empty())
+            const std::optional<Text> path = PathOf(interface_set_.Get(), interface_data);
+            if (!path)
                 return false;
-            if (LowerCase(LastComponent(path)) == LowerCase(pattern)) {
-                interface_path_ = path;
+            if (LowerCase(LastComponent(*path)) == LowerCase(pattern)) {
+                interface_path_ = *path;
                 return true;
             }
         }

@@ -246,7 +246,9 @@ bool ConvertByCodePage(const StringPlace& place, NarrowConversion& result) noexc
     return true;
 }
 
-// By the C library's multibyte conversion, for strings that are delimited by their length alone.
+// By the C library's multibyte conversion, for strings that are delimited by their length alone. mbrtoc16 is
+// taken to go by the process's locale, as it does in glibc and over msvcrt, the runtime of the Windows build.
+// Microsoft's newer runtime makes it read UTF-8 in every locale: a build for that one needs mbrtowc here.
 bool ConvertByLocale(const StringPlace& place, NarrowConversion& result) noexcept {
     constexpr auto kFromPreviousByte = static_cast<std::size_t>(-3);
     std::mbstate_t state{};

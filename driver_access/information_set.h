@@ -66,10 +66,11 @@ class CSsInformationSet {
     // Appends an element. `value` is the owner's field, a DWORD for kNumberElement and a StringHolder for
     // kStringElement; it must outlive the set's use. An element of any other type can be added but neither
     // encoded nor decoded. On success the set takes `registered` over; on failure (no memory, no name, no
-    // field) the set is unchanged and the caller keeps it.
+    // field) the elements are unchanged and the caller keeps it. After want of memory the set is no longer
+    // complete.
     [[nodiscard]] bool AddElement(const WCHAR* name, void* value, DWORD type,
                                   RegisteredDefault& registered) noexcept;
-    // Destroys every element.
+    // Destroys every element; the empty set is complete again.
     void Clear() noexcept;
 
     // Walks from the first element to the last: First starts a walk and Next goes on; null ends it.
@@ -78,8 +79,9 @@ class CSsInformationSet {
     [[nodiscard]] const Element* Last() const noexcept;
     [[nodiscard]] std::size_t Count() const noexcept { return elements_.size(); }
 
-    // False when an element could not be added for want of memory. The stream has no names, so a driver would
-    // take the values behind the gap for those of other settings: such a set must not travel.
+    // False from the first element that could not be added for want of memory until Clear. The stream has no
+    // names, so a driver would take the values behind the gap for those of other settings: such a set must
+    // not travel.
     [[nodiscard]] bool IsComplete() const noexcept { return complete_; }
 
     // The set's own format.

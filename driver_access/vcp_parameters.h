@@ -70,8 +70,8 @@ class CVcpParameters : public CVCPEmulation {
 // a successful read; before it, the fields hold what a port without a driver would get.
 class CQxUVcpUserModeInterface : public CSsInformationSet, public CVcpParameters {
   public:
-    // Registers the elements. One that cannot be registered for want of memory is left out, and the exchange
-    // with the driver then fails or falls short rather than the construction.
+    // Registers the elements. One that cannot be registered for want of memory is left out; such a set is not
+    // complete, and is never exchanged with the driver.
     CQxUVcpUserModeInterface() noexcept;
     ~CQxUVcpUserModeInterface() override = default;
 };
