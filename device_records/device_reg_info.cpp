@@ -32,11 +32,10 @@ bool CQXDeviceRegInfo::GetPropertyString(DWORD property, Text& out) const noexce
     while (!SetupDiGetDeviceRegistryPropertyW(device_set_, &element_, property, &type,
                                               static_cast<BYTE*>(buffer.Get()), size, &required)) {
         const DWORD error = GetLastError();
-        const bool buffer_missing = size != 0 && !buffer;
         buffer.Reset();
-        // A size that the last buffer had already, or a buffer that could not be had, will not end the
-        // search.
-        if (error != ERROR_INSUFFICIENT_BUFFER || required <= size || buffer_missing)
+        // Asking again with the same size would not end the search. A buffer that could not be had ends it
+        // here as well: the size was right.
+        if (error != ERROR_INSUFFICIENT_BUFFER || required <= size)
             return false;
         size = required;
         buffer.Reset(LocalAlloc(LPTR, size));

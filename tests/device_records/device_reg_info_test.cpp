@@ -103,6 +103,10 @@ TEST_F(DeviceRecord, PropertiesOfEveryRegistryType) {
     Text text(TEXT("old"));
     EXPECT_FALSE(Record().GetFriendlyName(text));
     EXPECT_EQ(Narrow(text), "old");
+    // A class of no bytes is one, and is read without a buffer.
+    Dev(kPort).properties[SPDRP_CLASS] = {REG_SZ, {}};
+    ASSERT_TRUE(Record().GetClassString(text));
+    EXPECT_TRUE(text.empty());
 }
 
 TEST_F(DeviceRecord, APropertyThatGrowsWhileItIsReadIsReadWhole) {
@@ -123,10 +127,13 @@ TEST_F(DeviceRecord, ASearchForRoomThatLeadsNowhereEnds) {
     Text text(TEXT("old"));
     instruments().Inject({"LocalAlloc", 1, true, 0});
     EXPECT_FALSE(Record().GetFriendlyName(text));
-    instruments().ClearFaults();
-    instruments().Inject({"SetupDiGetDeviceRegistryPropertyW", 1, true, ERROR_INSUFFICIENT_BUFFER});
-    EXPECT_FALSE(Record().GetFriendlyName(text));
-    EXPECT_EQ(Narrow(text), "old");
+    // The platform finds a buffer too small without asking for more: for none, or for as much as before.
+    for (const std::uint64_t nth : {1U, 2U}) {
+        instruments().ClearFaults();
+        instruments().Inject({"SetupDiGetDeviceRegistryPropertyW", nth, true, ERROR_INSUFFICIENT_BUFFER});
+        EXPECT_FALSE(Record().GetFriendlyName(text));
+        EXPECT_EQ(Narrow(text), "old");
+    }
 }
 
 TEST_F(DeviceRecord, HardwareKeyValuesAreTakenAsTextWhateverTheyAre) {
