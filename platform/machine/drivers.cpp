@@ -165,6 +165,17 @@ std::optional<DriverRequest> RequestOf(DWORD code) {
 
 constexpr std::size_t kHeaderSize = 8;
 
+// The set that a request is about. A header is the selector and a word that is all ones; in front of a write
+// it precedes the stream, and a reading request consists of it.
+std::optional<std::uint32_t> SelectorOf(DriverRequest request, const Bytes& input) {
+    StreamReader reader(input, 0);
+    std::uint32_t selector = 0;
+    std::uint32_t ones = 0;
+    const bool good = reader.Number(selector) && reader.Number(ones) && selector <= 1 && ones == 0xFFFFFFFF &&
+                      (request == DriverRequest::Write || reader.AtEnd());
+    return good ? std::optional(selector) : std::nullopt;
+}
+
 DWORD TakeWrite(Call& call, Device& device, std::uint32_t selector, const Bytes& input) {
     PortSettings port;
     BusSettings bus;
@@ -215,19 +226,19 @@ DWORD AnswerDriverRequest(Call& call, Device& device, DWORD code, const Bytes& i
     ControlDevice& control = *device.control;
     if (*request == DriverRequest::Write)
         control.writes.push_back(input);
-    std::uint32_t selector = 0;
-    if (input.size() < kHeaderSize || !StreamReader(input, 0).Number(selector) || selector > 1)
+    const std::optional<std::uint32_t> selector = SelectorOf(*request, input);
+    if (!selector)
         return ERROR_INVALID_PARAMETER;
-    const auto found = control.misbehaviour.find({*request, selector});
+    const auto found = control.misbehaviour.find({*request, *selector});
     const Misbehaviour behaviour = found == control.misbehaviour.end() ? Misbehaviour() : found->second;
     if (behaviour.refuse)
         return *behaviour.refuse;
     if (*request == DriverRequest::Write)
-        return TakeWrite(call, device, selector, input);
+        return TakeWrite(call, device, *selector, input);
 
     const bool defaults = *request == DriverRequest::DefaultsSize || *request == DriverRequest::Defaults;
-    Bytes answer = selector == 0 ? StreamOf(defaults ? control.defaults : control.settings)
-                                 : StreamOf(defaults ? control.bus_defaults : control.bus);
+    Bytes answer = *selector == 0 ? StreamOf(defaults ? control.defaults : control.settings)
+                                  : StreamOf(defaults ? control.bus_defaults : control.bus);
     if (*request == DriverRequest::SettingsSize || *request == DriverRequest::DefaultsSize) {
         answer = DwordBytes(behaviour.size.value_or(static_cast<std::uint32_t>(answer.size())));
     } else {

@@ -34,6 +34,7 @@ class DriversTest : public MachineTest {
     Bytes Ask(DWORD code, std::uint32_t selector, DWORD room, const Bytes& body = {}) {
         Bytes input(8 + body.size(), 0xFF);
         std::memcpy(input.data(), &selector, 4);
+        std::memcpy(input.data() + 4, &second_word, 4);
         std::ranges::copy(body, input.begin() + 8);
         Bytes output(room);
         HANDLE file = Open();
@@ -46,6 +47,7 @@ class DriversTest : public MachineTest {
     }
     DWORD last = 0;
     DWORD returned = 0;
+    DWORD second_word = 0xFFFFFFFF;
 
   private:
     std::basic_string<WCHAR> path_;
@@ -97,6 +99,18 @@ TEST_F(DriversTest, StreamsAreLittleEndianNumbersWithTheBusTextInBetween) {
     EXPECT_EQ(last, static_cast<DWORD>(ERROR_INSUFFICIENT_BUFFER));
     Ask(kSettings, 2, 132);
     EXPECT_EQ(last, static_cast<DWORD>(ERROR_INVALID_PARAMETER));
+    for (const DWORD code : {kSettingsSize, kSettings, kDefaults}) {
+        Ask(code, 0, 132, {0});  // a byte behind the header
+        EXPECT_EQ(last, static_cast<DWORD>(ERROR_INVALID_PARAMETER));
+    }
+    for (const DWORD code : {kSettings, kWrite}) {
+        second_word = 0xFFFFFFFE;
+        Ask(code, 0, 132, code == kWrite ? port : Bytes());
+        EXPECT_EQ(last, static_cast<DWORD>(ERROR_INVALID_PARAMETER));
+        second_word = 0xFFFFFFFF;
+        Ask(code, 0, 132, code == kWrite ? port : Bytes());
+        EXPECT_EQ(last, 0U);
+    }
     Ask(0x8001E00C, 0, 4);
     EXPECT_EQ(last, static_cast<DWORD>(ERROR_INVALID_FUNCTION));
 }
