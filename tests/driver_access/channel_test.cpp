@@ -23,8 +23,9 @@ using qx::CQxUVcpUserModeInterface;
 using qx::Text;
 using qxsim::Bytes;
 using qxsim::DriverRequest;
+using testing::Contains;
 using testing::ElementsAre;
-using testing::HasSubstr;
+using testing::StartsWith;
 
 constexpr const char* kAdapter = "USB\\VID_0F7A&PID_2104\\A1";
 constexpr const char* kPort = "QXBUS\\PORT1\\7&1&0&0000";
@@ -48,6 +49,8 @@ class Channel : public qxtest::MachineTest {
         Driver().defaults["Baudrate"] = 9600;
         Driver().bus["USB_LatencyTimer"] = 7;
         Driver().bus.interface_type = "USB 2.0";
+        Driver().bus_defaults["USB_LatencyTimer"] = 16;
+        Driver().bus_defaults.interface_type = "PCI Express";
     }
 
     qxsim::ControlDevice& Driver(const char* port = kPort) { return *Dev(port).control; }
@@ -63,13 +66,15 @@ class Channel : public qxtest::MachineTest {
         CQxUserModeConfig channel;
     };
 
-    // The calls since `from`, by name.
+    // The calls since `from`: the name, and what was given besides the handle, path or class it begins with.
     std::vector<std::string> CallsSince(std::size_t from) {
         std::vector<std::string> names;
         const auto trace = instruments().Trace();
         for (std::size_t i = from; i < trace.size(); ++i) {
+            const std::size_t rest = trace[i].arguments.find(", ");
             if (trace[i].function != "GetLastError")
-                names.push_back(trace[i].function);
+                names.push_back(trace[i].function +
+                                (rest == std::string::npos ? "" : trace[i].arguments.substr(rest)));
         }
         return names;
     }
@@ -78,17 +83,26 @@ class Channel : public qxtest::MachineTest {
 TEST_F(Channel, ReadsCurrentAndDefaultValuesOfItsOwnPortAndWritesThem) {
     Driver(kOtherPort).settings["Baudrate"] = 1;
     Found port(Hand(kPort));
+    EXPECT_THAT(CallsSince(0), Contains("SetupDiGetClassDevsW, null, 18"));
+    const std::string open = "CreateFileW, 0xC0000000, 0, 3, 0x40000000";
     CQxUVcpUserModeInterface set;
-    const std::size_t before = instruments().Trace().size();
+    std::size_t before = instruments().Trace().size();
     ASSERT_TRUE(port.channel.ReadSettings(set, qx::kPortSet));
-    EXPECT_THAT(CallsSince(before),
-                ElementsAre("CreateFileW", "DeviceIoControl", "DeviceIoControl", "CloseHandle"));
-    EXPECT_THAT(instruments().Trace()[before].arguments, HasSubstr("qxgendrv_"));
+    EXPECT_THAT(CallsSince(before), ElementsAre(open, "DeviceIoControl, 0x8001E000, 8, 4",
+                                                "DeviceIoControl, 0x8001E004, 8, 132", "CloseHandle"));
+    EXPECT_THAT(instruments().Trace()[before].arguments,
+                StartsWith('"' + machine().ControlPath(Dev(kPort)) + '"'));
     EXPECT_EQ(set.Baudrate, 38400U);
+    before = instruments().Trace().size();
     ASSERT_TRUE(port.channel.ReadDefaultSettings(set, qx::kPortSet));
+    EXPECT_THAT(CallsSince(before), ElementsAre(open, "DeviceIoControl, 0x8001E010, 8, 4",
+                                                "DeviceIoControl, 0x8001E014, 8, 132", "CloseHandle"));
     EXPECT_EQ(set.Baudrate, 9600U);
 
     CQxUBusUserModeInterface bus;
+    ASSERT_TRUE(port.channel.ReadDefaultSettings(bus, qx::kBusSet));
+    EXPECT_EQ(std::pair(bus.USB_LatencyTimer, bus.InterfaceType.text),
+              std::pair(DWORD{16}, Text(TEXT("PCI Express"))));
     ASSERT_TRUE(port.channel.ReadSettings(bus, qx::kBusSet));
     EXPECT_EQ(bus.USB_LatencyTimer, 7U);
     EXPECT_EQ(bus.InterfaceType.text, Text(TEXT("USB 2.0")));
@@ -98,7 +112,9 @@ TEST_F(Channel, ReadsCurrentAndDefaultValuesOfItsOwnPortAndWritesThem) {
     EXPECT_EQ(Driver().bus.interface_type, "USB 2.0");
 
     set.Baudrate = 115200;
+    before = instruments().Trace().size();
     ASSERT_TRUE(port.channel.WriteSettings(set, qx::kPortSet));
+    EXPECT_THAT(CallsSince(before), ElementsAre(open, "DeviceIoControl, 0x8001E008, 140, 0", "CloseHandle"));
     EXPECT_EQ(Driver().settings["Baudrate"], 115200U);
     ASSERT_EQ(Driver().writes.size(), 2U);
     EXPECT_EQ(Driver().writes[1].size(), 8U + 132U);
@@ -165,17 +181,17 @@ TEST_F(Channel, FindsTheAdapterOfAPort) {
     const Handed handed = Hand(kPort);
     CQxSetupDi_ParentDevice parent(handed.set, handed.element);
     ASSERT_TRUE(parent.FindParent());
+    EXPECT_THAT(CallsSince(0), Contains("SetupDiGetClassDevsW, null, 6"));
     EXPECT_EQ(parent.Parent().DevInst, Dev(kAdapter).node);
     ASSERT_TRUE(parent.FindParent()) << "a second search starts anew";
 
-    // The root of the tree is a device's parent, but no device of the set.
     const Handed top = Hand(kAdapter);
     CQxSetupDi_ParentDevice none(top.set, top.element);
-    static_cast<void>(none.FindParent());
+    EXPECT_FALSE(none.FindParent()) << "the root of the tree is its parent, but no device of the set";
     SP_DEVINFO_DATA root = top.element;
     root.DevInst = qxsim::Machine::kRoot;
     CQxSetupDi_ParentDevice rootless(top.set, root);
-    EXPECT_FALSE(rootless.FindParent());
+    EXPECT_FALSE(rootless.FindParent()) << "the root has no parent";
 }
 
 // Everything that a broken or hostile driver can answer to the two requests of a read.

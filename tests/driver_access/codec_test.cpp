@@ -343,6 +343,7 @@ TEST(Codec, ElementsKeepTheirOrderAndOwnTheirDefaults) {
     ASSERT_NE(std::get<1>(registered), nullptr) << "a refused element leaves its default with the caller";
     EXPECT_EQ(set.Count(), 0U);
     EXPECT_EQ(set.First(), nullptr);
+    EXPECT_EQ(set.Last(), nullptr);
 
     // Out of memory at every allocation that adding makes.
     std::size_t refused = 0;
@@ -366,8 +367,10 @@ TEST(Codec, ElementsKeepTheirOrderAndOwnTheirDefaults) {
     EXPECT_EQ(set.Last()->Name(), Text(TEXT("Second")));
     EXPECT_EQ(set.Next(), nullptr);
     EXPECT_EQ(set.Next(), nullptr);
+    EXPECT_FALSE(set.IsComplete()) << "for all that came after the want of memory";
 
     set.Clear();
+    EXPECT_TRUE(set.IsComplete());
     EXPECT_EQ(set.EncodedSize(), 0U);
     ASSERT_TRUE(set.AddElement(TEXT("Again"), &field, qx::kNumberElement, registered));
     EXPECT_EQ(set.EncodedSize(), 4U);

@@ -40,80 +40,88 @@ Bytes CountingStream(std::size_t numbers) {
     return stream;
 }
 
-TEST(PortSet, AFreshSetSendsItsInitialValues) {
-    CQxUVcpUserModeInterface set;
-    constexpr DWORD kAll = 0xFFFFFFFF;
-    Bytes expected;
-    for (const DWORD value :
-         {DWORD{0}, DWORD{921600}, DWORD{60}, DWORD{0}, DWORD{0}, DWORD{0}, DWORD{0}, DWORD{0}, DWORD{1},
-          DWORD{0}, kAll, kAll, kAll, kAll, kAll, kAll, kAll, kAll, DWORD{255}})
-        Add(expected, value);
-    for (int flag = 20; flag <= 27; ++flag)
-        Add(expected, 0);
-    for (int line = 28; line <= 33; ++line)
-        Add(expected, 1);
-    EXPECT_EQ(Encoded(set), expected);
+// One element: its name, its field (none for the text), and the values registered and set before any read.
+template <typename Set>
+struct Row {
+    const char* name;
+    DWORD Set::*field;
+    DWORD registered;
+    DWORD initial;
+};
+
+// The elements of a fresh set, in the drivers' order, and the fields that a counting stream lands in.
+template <typename Set>
+void CheckElements(const std::vector<Row<Set>>& rows, const Bytes& counting) {
+    Set set;
+    Bytes initial;
+    const auto* element = set.First();
+    for (const Row<Set>& row : rows) {
+        ASSERT_NE(element, nullptr) << row.name;
+        const auto name = element->Name().view();
+        EXPECT_EQ(std::string(name.begin(), name.end()), row.name);
+        EXPECT_EQ(element->Type(), row.field != nullptr ? qx::kNumberElement : qx::kStringElement)
+            << row.name;
+        if (row.field != nullptr)
+            EXPECT_EQ(*std::get<1>(element->Registered()), row.registered) << row.name;
+        else
+            EXPECT_TRUE(std::get<2>(element->Registered())->text.empty()) << row.name;
+        Add(initial, row.initial);
+        if (row.field == nullptr)
+            initial.push_back(0);  // no characters, and their terminator
+        element = set.Next();
+    }
+    EXPECT_EQ(element, nullptr);
+    EXPECT_EQ(Encoded(set), initial);
+
+    ASSERT_TRUE(Decode(set, counting));
+    DWORD place = 0;
+    for (const Row<Set>& row : rows) {
+        ++place;
+        EXPECT_EQ(row.field != nullptr ? set.*row.field : place, place) << row.name;
+    }
+    EXPECT_EQ(Encoded(set), counting);
 }
 
-// Every value of the stream lands in the field that bears its name.
-TEST(PortSet, StreamOrderIsTheDrivers) {
-    CQxUVcpUserModeInterface set;
-    ASSERT_TRUE(Decode(set, CountingStream(33)));
-    const std::vector<DWORD> fields = {set.PortType,
-                                       set.MaxBaudRate,
-                                       set.MinBaudRate,
-                                       set.DuplexMode,
-                                       set.Baudrate,
-                                       set.Databits,
-                                       set.Parity,
-                                       set.Stopbits,
-                                       set.FlowControl,
-                                       set.LogLevel,
-                                       set.ReceiveTriggerLevel,
-                                       set.TransmitTriggerLevel,
-                                       set.FlowControlTriggerLevel,
-                                       set.SupportedBaudRates,
-                                       set.SupportedParities,
-                                       set.SupportedDataBits,
-                                       set.SupportedStopBits,
-                                       set.SupportedFlowControls,
-                                       set.SupportedDuplexModes,
-                                       set.OverridBaudRates,
-                                       set.OverrideDataBits,
-                                       set.OverrideParity,
-                                       set.OverrideStopbits,
-                                       set.OverrideFlowControl,
-                                       set.EmulateCTSTrue,
-                                       set.EmulateDSRTrue,
-                                       set._422485CtsTrue,
-                                       set.CtsSupported,
-                                       set.RtsSupported,
-                                       set.DtrSupported,
-                                       set.DsrSupported,
-                                       set.DcdSupported,
-                                       set.RiSupported};
-    DWORD place = 0;
-    for (const DWORD field : fields)
-        EXPECT_EQ(field, ++place);
-    EXPECT_EQ(Encoded(set), CountingStream(33));
-
-    // Names and registered defaults that differ from their neighbours', so that a shifted table shows.
-    const auto* element = set.First();
-    std::vector<std::pair<std::string, DWORD>> table;
-    for (; element != nullptr; element = set.Next()) {
-        const auto name = element->Name().view();
-        table.emplace_back(std::string(name.begin(), name.end()), *std::get<1>(element->Registered()));
-    }
-    ASSERT_EQ(table.size(), 33U);
-    using Row = std::pair<std::string, DWORD>;
-    EXPECT_EQ(table[0], Row("PortType", 255));
-    EXPECT_EQ(table[1], Row("MaxBaudRate", 1000000));
-    EXPECT_EQ(table[4], Row("Baudrate", 9600));
-    EXPECT_EQ(table[12], Row("FlowControlTriggerLevel", 85));
-    EXPECT_EQ(table[13], Row("SupportedBaudRates", 0x1007FFFF));
-    EXPECT_EQ(table[19], Row("OverridBaudRates", 0));
-    EXPECT_EQ(table[26], Row("422485CtsTrue", 0));
-    EXPECT_EQ(table[32], Row("RiSupported", 1));
+TEST(PortSet, ElementsAreTheDrivers) {
+    using Set = CQxUVcpUserModeInterface;
+    constexpr DWORD kAll = 0xFFFFFFFF;
+    CheckElements<Set>(
+        {
+            {"PortType", &Set::PortType, 255, 0},
+            {"MaxBaudRate", &Set::MaxBaudRate, 1000000, 921600},
+            {"MinBaudRate", &Set::MinBaudRate, 75, 60},
+            {"DuplexMode", &Set::DuplexMode, 0, 0},
+            {"Baudrate", &Set::Baudrate, 9600, 0},
+            {"Databits", &Set::Databits, 3, 0},
+            {"Parity", &Set::Parity, 0, 0},
+            {"Stopbits", &Set::Stopbits, 0, 0},
+            {"FlowControl", &Set::FlowControl, 0, 1},
+            {"LogLevel", &Set::LogLevel, 0, 0},
+            {"ReceiveTriggerLevel", &Set::ReceiveTriggerLevel, 75, kAll},
+            {"TransmitTriggerLevel", &Set::TransmitTriggerLevel, 10, kAll},
+            {"FlowControlTriggerLevel", &Set::FlowControlTriggerLevel, 85, kAll},
+            {"SupportedBaudRates", &Set::SupportedBaudRates, 0x1007FFFF, kAll},
+            {"SupportedParities", &Set::SupportedParities, 0x1F00, kAll},
+            {"SupportedDataBits", &Set::SupportedDataBits, 0x0F, kAll},
+            {"SupportedStopBits", &Set::SupportedStopBits, 0x07, kAll},
+            {"SupportedFlowControls", &Set::SupportedFlowControls, 0x0F, kAll},
+            {"SupportedDuplexModes", &Set::SupportedDuplexModes, 0, 255},
+            {"OverridBaudRates", &Set::OverridBaudRates, 0, 0},
+            {"OverrideDataBits", &Set::OverrideDataBits, 0, 0},
+            {"OverrideParity", &Set::OverrideParity, 0, 0},
+            {"OverrideStopbits", &Set::OverrideStopbits, 0, 0},
+            {"OverrideFlowControl", &Set::OverrideFlowControl, 0, 0},
+            {"EmulateCTSTrue", &Set::EmulateCTSTrue, 0, 0},
+            {"EmulateDSRTrue", &Set::EmulateDSRTrue, 0, 0},
+            {"422485CtsTrue", &Set::_422485CtsTrue, 0, 0},
+            {"CtsSupported", &Set::CtsSupported, 1, 1},
+            {"RtsSupported", &Set::RtsSupported, 1, 1},
+            {"DtrSupported", &Set::DtrSupported, 1, 1},
+            {"DsrSupported", &Set::DsrSupported, 1, 1},
+            {"DcdSupported", &Set::DcdSupported, 1, 1},
+            {"RiSupported", &Set::RiSupported, 1, 1},
+        },
+        CountingStream(33));
 }
 
 TEST(PortSet, AShortStreamLeavesTheLastFieldAndALongOneIsNoFault) {
@@ -127,48 +135,42 @@ TEST(PortSet, AShortStreamLeavesTheLastFieldAndALongOneIsNoFault) {
     EXPECT_EQ(set.RiSupported, 33U);
 }
 
-TEST(BusSet, StreamOrderIsTheDrivers) {
-    CQxUBusUserModeInterface set;
+TEST(BusSet, ElementsAreTheDrivers) {
+    using Set = CQxUBusUserModeInterface;
     Bytes stream = CountingStream(6);
     for (const BYTE byte : Bytes{3, 0, 0, 0, 0x55, 0x53, 0x42, 0})
         stream.push_back(byte);
     for (DWORD i = 8; i <= 14; ++i)
         Add(stream, i);
-    ASSERT_EQ(stream.size(), 60U);
+    CheckElements<Set>(
+        {
+            {"USB_TxTransferSize", &Set::USB_TxTransferSize, 4096, 0},
+            {"USB_RxTransferSize", &Set::USB_RxTransferSize, 4096, 0},
+            {"USB_LatencyTimer", &Set::USB_LatencyTimer, 16, 0},
+            {"RxFifoSize", &Set::RxFifoSize, 128, 0},
+            {"TxFifoSize", &Set::TxFifoSize, 256, 0},
+            {"MaximumBaudRate", &Set::MaximumBaudRate, 1000000, 0},
+            {"InterfaceType", nullptr, 0, 0},
+            {"PolicyType", &Set::PolicyType, 1, 0},
+            {"MaximumLatency", &Set::MaximumLatency, 16, 0},
+            {"MaximumLatencySliderPos", &Set::MaximumLatencySliderPos, 16, 0},
+            {"MaximumLatencyFineTuning", &Set::MaximumLatencyFineTuning, 1, 0},
+            {"LowCpuUsageFineTuning", &Set::LowCpuUsageFineTuning, 1, 0},
+            {"PortType", &Set::PortType, 0, 0},
+            {"SoftTxLimit", &Set::SoftTxLimit, 13, 0},
+        },
+        stream);
+    Set set;
     ASSERT_TRUE(Decode(set, stream));
     EXPECT_EQ(set.InterfaceType.text, Text(TEXT("USB")));
-    const std::vector<DWORD> fields = {set.USB_TxTransferSize,
-                                       set.USB_RxTransferSize,
-                                       set.USB_LatencyTimer,
-                                       set.RxFifoSize,
-                                       set.TxFifoSize,
-                                       set.MaximumBaudRate,
-                                       7,
-                                       set.PolicyType,
-                                       set.MaximumLatency,
-                                       set.MaximumLatencySliderPos,
-                                       set.MaximumLatencyFineTuning,
-                                       set.LowCpuUsageFineTuning,
-                                       set.PortType,
-                                       set.SoftTxLimit};
-    DWORD place = 0;
-    for (const DWORD field : fields)
-        EXPECT_EQ(field, ++place);
-    EXPECT_EQ(Encoded(set), stream);
 
     // A length that disagrees with the text: the numbers before it are new, those behind it old.
-    CQxUBusUserModeInterface other;
+    Set other;
     stream[24] = 2;
     EXPECT_FALSE(Decode(other, stream));
     EXPECT_EQ(other.MaximumBaudRate, 6U);
     EXPECT_TRUE(other.InterfaceType.text.empty());
     EXPECT_EQ(other.PolicyType, 0U);
-}
-
-TEST(BusSet, EmptyInterfaceTypeIsAZeroCountAndAZeroByte) {
-    CQxUBusUserModeInterface set;
-    EXPECT_EQ(Encoded(set), Bytes(57));
-    EXPECT_EQ(*std::get<1>(set.Last()->Registered()), 13U);
 }
 
 // Whatever allocation fails while a set is made, the set stands, with fewer elements at worst.
