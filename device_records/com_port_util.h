@@ -18,7 +18,7 @@ class CCOMPortUtil : public CQXDeviceRegInfo, public CPortUtil {
 
     // Gives the port the COM name `new_name` everywhere the operating system records one. `owner` is the
     // window that questions belong to; with `confirm_if_open` the user is asked before a port is renamed that
-    // a program holds open; with `reenumerate` the port is restarted where that is possible at once.
+    // a program holds open; with `reenumerate` the whole device tree is looked at again.
     [[nodiscard]] bool RenameComPort(Text new_name, HWND owner, bool confirm_if_open, bool reenumerate);
     // Drops the port's DOS device name and gives its COM number back, when the port is removed.
     [[nodiscard]] bool RemoveDosDeviceName();

@@ -14,8 +14,7 @@ namespace qx {
 //
 // The destructor does not close the database, unlike every other owner of a handle here: the holder is copied
 // together with the port's record (CCOMPortUtil), and the database must never stay open from one request of
-// the platform to the next, because other installers wait for it. So whoever opens it closes it within the
-// same operation, on every path.
+// the platform to the next. So whoever opens it closes it within the same operation, on every path.
 class CPortUtil {
   public:
     // Opens the database, creating it on a machine that has none. On failure the holder counts as unopened.

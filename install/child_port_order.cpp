@@ -171,8 +171,8 @@ bool HandOut(HDEVINFO devices, const std::vector<SP_DEVINFO_DATA>& ports, const 
         }
         CPortUtil database;
         PortDatabaseSession session(database);
-        // A number of one of the ports looks free when a power failure took its claim; stepping aside to it
-        // would make two ports of one name.
+        // A number of one of the ports can look free, for example when a power failure took its claim;
+        // stepping aside to it would make two ports of one name.
         const std::optional<DWORD> aside =
             FirstFreeNumber(database, kFirstTemporaryNumber, kLastTemporaryNumber, numbers);
         session.Close();

@@ -37,8 +37,7 @@ bool CCOMPortUtil::RenameComPort(Text new_name, HWND owner, bool confirm_if_open
     if (confirm_if_open && !CUtils().CanOpenPort(old_name) && !GoOn(owner, IDS_PORT_OPEN))
         return true;
 
-    // The database stays open from the look at the number to the claim, so that nobody's claim comes in
-    // between.
+    // One handle for the look at the number and for the claim. It locks nobody out, so the claim is forced.
     {
         const PortDatabaseSession session(*this);
         if (!IsPortFree(new_number)) {
@@ -49,7 +48,8 @@ bool CCOMPortUtil::RenameComPort(Text new_name, HWND owner, bool confirm_if_open
                 return true;
         }
         // First what can fail without harm: a port whose DOS name does not move keeps its old name
-        // everywhere.
+        // everywhere. (One whose SERIALCOMM entry alone could not be written has moved by half, see
+        // MoveDosDeviceName.)
         if (!MoveDosDeviceName(old_name, new_name))
             return false;
         // From here on the port answers to its new name, so nothing turns back, whatever the database says: a

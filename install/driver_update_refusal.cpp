@@ -6,14 +6,20 @@
 #include "install/product_data.h"
 #include "module/resource.h"
 
+#include <new>
+
 namespace qx {
 
 DWORD AnswerDriverUpdate(HDEVINFO set, const SP_DEVINFO_DATA& device) {
     Text no_upgrade;
     if (!ReadDeviceString(set, device, kNoUpgrade, no_upgrade) || ParseDecimal(no_upgrade.view()) != 1)
         return NO_ERROR;
-    static_cast<void>(
-        MessageBoxW(nullptr, LoadText(IDS_UPDATE_PARENT_DRIVER).c_str(), kMakerCaption, MB_ICONHAND));
+    try {
+        static_cast<void>(
+            MessageBoxW(nullptr, LoadText(IDS_UPDATE_PARENT_DRIVER).c_str(), kMakerCaption, MB_ICONHAND));
+    } catch (const std::bad_alloc&) {
+        // Without its message the refusal holds all the same.
+    }
     return ERROR_DI_DONT_INSTALL;
 }
 

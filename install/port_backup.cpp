@@ -97,14 +97,15 @@ HardwareKey OpenHardwareKeyForWriting(HDEVINFO set, const SP_DEVINFO_DATA& devic
 }
 
 // Copies the whole "UI1" subkey, saving as well as restoring: every number and text in it is the user's. True
-// when there was one to be read.
+// when there was one to be read, and a place to copy it to.
 bool CopyUi1(const Text& from_path, HKEY to) {
     const RegistryKey from = OpenForReading(from_path);
     if (!from)
         return false;
     const RegistryKey copy = CreateSubkey(to, kUi1);
-    if (copy)
-        CopyValues(from.Get(), copy.Get(), [](const Value&) { return true; });
+    if (!copy)
+        return false;
+    CopyValues(from.Get(), copy.Get(), [](const Value&) { return true; });
     return true;
 }
 
@@ -179,7 +180,7 @@ void DeleteBackup(const Text& parent_id, const Text& backup_name, bool with_ui1)
         return;
     // The platform deletes only keys without subkeys. A backup left behind for its "UI1" would set the port
     // back to its old name and settings at every installation to come, whatever the user chose in between. A
-    // "UI1" that could not be read above has not been restored yet, and stays for the next time.
+    // "UI1" that could not be copied above has not been restored yet, and stays for the next time.
     if (with_ui1)
         static_cast<void>(DeleteKey(parent.Get(), backup_name + Text(TEXT("\\")) + Text(kUi1)));
     static_cast<void>(DeleteKey(parent.Get(), backup_name));

@@ -10,6 +10,8 @@
 #include "install/port_backup.h"
 #include "install/product_data.h"
 
+#include <new>
+
 namespace qx {
 
 namespace {
@@ -53,14 +55,25 @@ void Restart(HDEVINFO set, SP_DEVINFO_DATA& port) {
     static_cast<void>(CM_Reenumerate_DevNode(port.DevInst, 0));
 }
 
+// A step that runs out of memory counts as one that found nothing to do, and the next ones run: a port that
+// has been given its settings back needs its restart, whatever became of its number.
+template <typename Step>
+bool Attempt(Step step) noexcept {
+    try {
+        return step();
+    } catch (const std::bad_alloc&) {
+        return false;
+    }
+}
+
 // The names are seen to although the installation failed: the port device is there all the same, and a failed
 // driver is installed again over it.
 void AfterInstall(HDEVINFO set, SP_DEVINFO_DATA& port, DWORD install_result) {
     const PortInstallationLock lock;
-    const bool restored = RestorePortBackup(set, port);
-    const bool fixed = ApplyFixedComNumber(set, port);
+    const bool restored = Attempt([&] { return RestorePortBackup(set, port); });
+    const bool fixed = Attempt([&] { return ApplyFixedComNumber(set, port); });
     if (!restored && !fixed && SystemInstallsPortsInAnyOrder())
-        static_cast<void>(OrderChildPortNames(set, port));
+        Attempt([&] { return OrderChildPortNames(set, port); });
     if (install_result != NO_ERROR)
         return;
     if (restored)

@@ -58,7 +58,7 @@ void CDeviceAdvSettingPage::ShowInformation() const {
 void CDeviceAdvSettingPage::FillComNames() const {
     CCOMPortUtil port(device_set_, element_);
     static_cast<void>(port.OpenPortDatabase());  // without it the list is empty
-    // Whatever happens in between, other installers must not wait for the database.
+    // Whatever happens in between, the database must not stay open.
     const struct DatabaseCloser {
         CCOMPortUtil& port;
         ~DatabaseCloser() { port.ClosePortDatabase(); }

@@ -57,6 +57,16 @@ class Naming : public InstallTest {
             names.push_back(qxsim::ToUtf8(subkey.first));
         return names;
     }
+    // Devices whose state was changed, by their ids: two entries a restart.
+    [[nodiscard]] Names Restarts() {
+        Names ids;
+        for (const qxsim::CallRecord& call : instruments().Trace())
+            if (call.function == "SetupDiCallClassInstaller") {
+                const std::string node = call.arguments.substr(call.arguments.rfind(' ') + 1);
+                ids.push_back(qxsim::ToUtf8(machine().Node(static_cast<DEVINST>(std::stoul(node)))->id));
+            }
+        return ids;
+    }
     static std::size_t Questions() { return Desktop::The().Boxes().size(); }
     qx::CCOMPortUtil Port(const std::string& id) {
         const Handed handed = Hand(id);
@@ -199,6 +209,14 @@ TEST_F(Reinstallation, KeepsThePresentNameOfAPortThatIsNotThere) {
     installer().CallBackPort(PortId(adapter, 0));
     EXPECT_EQ(PortName(PortId(adapter, 0)), "COM3");
     EXPECT_EQ(machine().ReadDword(KeyPath(PortId(adapter, 0)), "Baudrate"), 300U);
+
+    // A port that a program holds open is there.
+    installer().BeginReinstall(adapter);
+    machine().WriteText(BackupPath(adapter, 0), "PortName", "COM7");
+    InstallByClass(machine(), PortId(adapter, 0));
+    Dev(PortId(adapter, 0)).held_open_by = TEXT("terminal.exe");
+    installer().CallBackPort(PortId(adapter, 0));
+    EXPECT_EQ(PortName(PortId(adapter, 0)), "COM7");
 }
 
 // The restored port is restarted, the others are not; a port without a backup gets its default line settings.
@@ -239,14 +257,13 @@ TEST_F(FixedNumbers, MakeTheirHolderGiveWay) {
     AddPort("FOREIGN\\PORT\\2", "COM5");
     AdapterRecipe adapter{.product = "2103", .names = {""}};
     AddAdapter(machine(), adapter);
-    const DEVINST parent = Dev(AdapterId(adapter)).node;
     installer().InstallPort(PortId(adapter, 0));
+    EXPECT_EQ(Restarts(), (Names{AdapterId(adapter), AdapterId(adapter)})) << "looks at its ports again";
     EXPECT_EQ(NamesOf(machine(), adapter), Names{"COM89"});
     EXPECT_EQ(PortName("FOREIGN\\MODEM\\1"), "COM6") << "the first free number from 5";
     EXPECT_EQ(PortName("FOREIGN\\PORT\\2"), "COM5");
     EXPECT_EQ(machine().ClaimedNumbers(), (std::vector<unsigned>{5, 6, 89}));
     EXPECT_EQ(Questions(), 0U);
-    EXPECT_NE(parent, 0U);
 
     // Once it has its number, nothing more happens to it, not even ordering.
     instruments().Reset();
@@ -368,6 +385,118 @@ TEST_F(Ordering, PutsSwapsAndCyclesStraight) {
     }
 }
 
+// Disabled and enabled for every profile or, where that is refused, for the present one; a device whose
+// parameters cannot be read is left running.
+TEST_F(Ordering, RestartsTheLastDeviceHoweverItCan) {
+    // The device, the request's size, the new state (2 is disabled, 1 enabled) and its scope (1 is every
+    // profile).
+    const auto order = [&](const char* failing, bool for_good) {
+        Use(std::make_unique<qxsim::Machine>());
+        instruments().Reset();
+        AdapterRecipe adapter{.names = {"COM9", "COM8"}};
+        AddAdapter(machine(), adapter);
+        instruments().Inject({.function = failing, .for_good = for_good});
+        EXPECT_EQ(Order(adapter), (Names{"COM8", "COM9"}));
+        EXPECT_TRUE(Dev(PortId(adapter, 1)).started);
+        Names asked;
+        for (const qxsim::CallRecord& call : instruments().Trace())
+            if (call.function == "SetupDiSetClassInstallParamsW")
+                asked.push_back(call.arguments.substr(call.arguments.size() - 4));
+        return asked;
+    };
+    EXPECT_EQ(order("MessageBoxW", false), (Names{"2, 1", "1, 1"}));
+    EXPECT_EQ(order("SetupDiSetClassInstallParamsW", false), (Names{"2, 1", "2, 2", "1, 1"}));
+    EXPECT_EQ(order("SetupDiSetClassInstallParamsW", true), (Names{"2, 1", "2, 2", "1, 1", "1, 2"}));
+    EXPECT_EQ(order("SetupDiGetDeviceInstallParamsW", true), (Names{}));
+}
+
+// What ends the walk, and what is passed over: a port without a name must not be left out of the order, nor
+// one that does not run, while a device that is not known costs only itself.
+TEST_F(Ordering, StopsOrGoesOnWhereADeviceCannotBeRead) {
+    // Below the adapter: a port, and a function with a port and, one level further down, two ports.
+    const char* const first = "QXSER\\PORT\\L1";
+    const char* const second = "QXSER\\PORT\\L2";
+    const char* const third[] = {"QXSER\\PORT\\L3A", "QXSER\\PORT\\L3B"};
+    struct Case {
+        const char* what;
+        const char* device;
+        const char* function;  // fails for the device; "PortName" takes its name, "class" its class away
+        Names names;           // first level, second, third
+        bool marked;
+    };
+    const Names untouched{"COM9", "COM8", "COM7", "COM6"};
+    const Case cases[] = {
+        {"in order", first, "", {"COM6", "COM7", "COM8", "COM9"}, true},
+        {"unknown class, first level: a port", first, "class", {"COM6", "COM7", "COM8", "COM9"}, true},
+        {"unknown class, second level: none", second, "class", {"COM6", "COM8", "COM7", "COM9"}, true},
+        {"unknown class, third level: a port", third[0], "class", {"COM6", "COM7", "COM8", "COM9"}, true},
+        {"no id, first level", first, "CM_Get_Device_IDW", {"COM9", "COM6", "COM7", "COM8"}, true},
+        {"no id, second level", second, "CM_Get_Device_IDW", {"COM6", "COM8", "COM7", "COM9"}, true},
+        {"no id, third level", third[1], "CM_Get_Device_IDW", {"COM7", "COM8", "COM9", "COM6"}, true},
+        {"not to be opened, first level", first, "SetupDiOpenDeviceInfoW", untouched, false},
+        {"not to be opened, second level", second, "SetupDiOpenDeviceInfoW", untouched, false},
+        {"not to be opened, third level",
+         third[1],
+         "SetupDiOpenDeviceInfoW",
+         {"COM7", "COM8", "COM9", "COM6"},
+         true},
+        {"no status", third[1], "CM_Get_DevNode_Status", untouched, false},
+        {"no name, first level", first, "PortName", {"", "COM8", "COM7", "COM6"}, false},
+        {"no name, second level", second, "PortName", {"COM9", "", "COM7", "COM6"}, false},
+        {"no name, third level", third[0], "PortName", {"COM9", "COM8", "", "COM6"}, false},
+    };
+    for (const Case& each : cases) {
+        SCOPED_TRACE(each.what);
+        Use(std::make_unique<qxsim::Machine>());
+        instruments().Reset();
+        const auto add = [&](DEVINST parent, const char* id, const char* name) {
+            qxsim::DeviceRecipe device;
+            device.id = id;
+            if (name)
+                device.port = name;
+            else
+                device.setup_class = "USB";
+            return machine().AddDevice(parent, device);
+        };
+        const DEVINST adapter = add(qxsim::Machine::kRoot, "USB\\ADAPTER\\1", nullptr);
+        add(adapter, first, "COM9");
+        const DEVINST function = add(adapter, "USB\\FUNCTION\\1", nullptr);
+        add(function, second, "COM8");
+        const DEVINST inner = add(function, "USB\\INNER\\1", nullptr);
+        add(inner, third[0], "COM7");
+        add(inner, third[1], "COM6");
+        const std::string what = each.function;
+        if (what == "class") {
+            Dev(each.device).class_name.clear();
+        } else if (what == "PortName") {
+            machine().HardwareKey(Dev(each.device))->values.clear();
+        } else if (!what.empty()) {
+            // Nobody asks so about a device after the walk.
+            const std::unique_ptr<qxsim::Machine> start = machine().Clone();
+            installer().CallBackPort(first);
+            qxsim::Fault fault{.function = each.function, .nth = 0};
+            std::uint64_t count = 0;
+            for (const qxsim::CallRecord& call : instruments().Trace())
+                if (call.function == each.function) {
+                    ++count;
+                    const std::string node = std::to_string(Dev(each.device).node);
+                    if (call.arguments == node || call.arguments.starts_with(node + ",") ||
+                        call.arguments.find(each.device) != std::string::npos)
+                        fault.nth = count;
+                }
+            ASSERT_NE(fault.nth, 0U);
+            Use(start->Clone());
+            instruments().Reset();
+            instruments().Inject(fault);
+        }
+        installer().CallBackPort(first);
+        EXPECT_EQ((Names{PortName(first), PortName(second), PortName(third[0]), PortName(third[1])}),
+                  each.names);
+        EXPECT_EQ(SortedMark("USB\\FUNCTION\\1").has_value(), each.marked);
+        Use(std::make_unique<qxsim::Machine>());
+    }
+}
+
 TEST_F(Ordering, ChangesNothingThatIsInOrderAlready) {
     for (const Names& start : {Names{"COM3", "COM4", "COM9"}, Names{"COM8"}}) {
         AdapterRecipe adapter{.serial = "QX" + start[0], .names = start};
@@ -473,7 +602,9 @@ TEST_F(Renaming, MovesAllPlacesAndAsksOnlyWhenItMust) {
     const std::string id = PortId(adapter, 0);
     machine().SetPropertyText(Dev(id), SPDRP_FRIENDLYNAME, "Port (COM3) COM3");
     machine().WriteText(qxsim::kPortsPath, "COM3:", "300,e,7,2");
+    machine().WriteText(qxsim::kPortsPath, "COM12:", "300,e,7,2");
     EXPECT_TRUE(Port(id).RenameComPort(TEXT("COM12"), nullptr, false, false));
+    EXPECT_EQ(machine().Reenumerations(qxsim::Machine::kRoot), 0U);
     EXPECT_EQ(machine().PropertyText(Dev(id), SPDRP_FRIENDLYNAME), "Port (COM12) COM12");
     EXPECT_EQ(PortsEntry("COM12"), "9600,n,8,1");
     EXPECT_EQ(PortsEntry("COM3"), "300,e,7,2") << "settings of earlier names stay";
@@ -504,6 +635,7 @@ TEST_F(Renaming, MovesAllPlacesAndAsksOnlyWhenItMust) {
     Desktop::The().SetAnswers([](const qxsim::ShownBox&) { return IDYES; });
     EXPECT_TRUE(Port(id).RenameComPort(TEXT("COM20"), nullptr, true, true));
     EXPECT_EQ(PortName(id), "COM20");
+    EXPECT_EQ(machine().Reenumerations(qxsim::Machine::kRoot), 1U) << "asked for here only";
     EXPECT_EQ(Questions(), 4U);
     EXPECT_EQ(machine().ClaimedNumbers(), std::vector<unsigned>{20});
 }
