@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <charconv>
 #include <map>
+#include <set>
 
 namespace qxsim QX_SIMULATOR_API {
 
@@ -20,6 +21,12 @@ unsigned NumberOf(const std::string& name) {
     return plain && number <= 256 ? number : 0;
 }
 
+bool IsComName(WideView name) {
+    constexpr std::size_t kLetters = 3;
+    return name.size() > kLetters && EqualsCaseless(name.substr(0, kLetters), ToWide("COM")) &&
+           std::ranges::all_of(name.substr(kLetters), [](WCHAR unit) { return unit >= '0' && unit <= '9'; });
+}
+
 std::string Joined(const std::vector<std::string>& parts) {
     std::string all;
     for (const std::string& part : parts)
@@ -31,7 +38,15 @@ std::string OrDash(const std::string& text) {
     return text.empty() ? "-" : text;
 }
 
-std::vector<NameFault> FaultsOf(const NamedPort& port) {
+// What stands in front when the port's own name leads to another device: ": COM5 leads to \Device\Other".
+std::string OtherTarget(const Machine& machine, const Device& device, const std::string& name) {
+    const std::optional<std::string> target = machine.DosTarget(name);
+    if (!target || EqualsCaseless(ToWide(*target), device.kernel_path))
+        return {};
+    return ": " + name + " leads to " + *target;
+}
+
+std::vector<NameFault> FaultsOf(const Machine& machine, const Device& device, const NamedPort& port) {
     const Machine::PortNames& names = port.names;
     const bool running = names.present && names.started;
     std::vector<NameFault> faults;
@@ -51,7 +66,8 @@ std::vector<NameFault> FaultsOf(const NamedPort& port) {
     const std::vector<std::string> wanted =
         running ? std::vector{names.port_name} : std::vector<std::string>{};
     if (names.dos_names != wanted)
-        fault(NamePlace::kDosName, "DOS name " + Joined(names.dos_names) + " instead of " + Joined(wanted));
+        fault(NamePlace::kDosName, "DOS name " + Joined(names.dos_names) + " instead of " + Joined(wanted) +
+                                       (running ? OtherTarget(machine, device, names.port_name) : ""));
     const std::string entry = running ? names.port_name : "";
     if (names.serial_comm != entry)
         fault(NamePlace::kSerialComm,
@@ -123,11 +139,16 @@ std::string NameReport::Table() const {
             table += " COM" + std::to_string(number);
         table += "\n";
     }
+    for (const std::string& name : lone_dos_names)
+        table += "DOS name of no port: " + name + "\n";
+    for (const std::string& entry : lone_entries)
+        table += "SERIALCOMM entry of no port: " + entry + "\n";
     return table;
 }
 
 NameReport ReportNames(const Machine& machine) {
     NameReport report;
+    std::set<WideString, CaselessLess> port_paths;
     for (const Device& device : machine.devices) {
         if (device.node == 0 || device.removed || device.node == Machine::kRoot)
             continue;
@@ -135,7 +156,8 @@ NameReport ReportNames(const Machine& machine) {
         if (!Machine::IsPort(device) && port.names.port_name.empty())
             continue;
         port.number = NumberOf(port.names.port_name);
-        port.faults = FaultsOf(port);
+        port.faults = FaultsOf(machine, device, port);
+        port_paths.insert(device.kernel_path);
         if (!port.names.present)
             port.remark = "not plugged in";
         else if (!port.names.started)
@@ -161,6 +183,13 @@ NameReport ReportNames(const Machine& machine) {
     for (const unsigned number : machine.ClaimedNumbers())
         if (!holders.contains(number))
             report.lone_claims.push_back(number);
+    for (const auto& [name, targets] : machine.dos_names)
+        if (IsComName(name) && !port_paths.contains(targets.front()))
+            report.lone_dos_names.push_back(ToUtf8(name) + " leads to " + ToUtf8(targets.front()));
+    if (const auto entries = machine.FindKey(ToWide(kSerialCommPath)))
+        for (const RegistryValue& entry : entries->values)
+            if (!port_paths.contains(entry.name))
+                report.lone_entries.push_back(ToUtf8(entry.name) + " has " + ToUtf8(BytesText(entry.data)));
     std::ranges::stable_sort(report.ports, {}, &NamedPort::number);
     return report;
 }

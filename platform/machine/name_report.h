@@ -33,20 +33,23 @@ struct NamedPort {
 struct NameReport {
     std::vector<NamedPort> ports;       // by number, then in the order in which the computer got to know them
     std::vector<unsigned> lone_claims;  // claimed numbers that no device has for its name
+    // What drivers outside the picture, or ports that are gone, have left: DOS names "COM1", "COM2" ... whose
+    // newest target is no port's device ("COM9 leads to \Device\Other"), and SERIALCOMM entries of no port
+    // ("\Device\Other has COM9"). Like lone claims they are worth knowing and no fault.
+    std::vector<std::string> lone_dos_names;
+    std::vector<std::string> lone_entries;
     [[nodiscard]] bool Agrees() const;
     // One line for each fault, with the port's id; empty when all agree.
     [[nodiscard]] std::string Faults() const;
-    // A table for people: one line for each port with its five places, then the lone claims.
+    // A table for people: one line for each port with its five places, then what belongs to no port.
     [[nodiscard]] std::string Table() const;
 };
 
 // Compares, for every device of class Ports and every other device with a "PortName":
-// - a running port must hold its number by a claim, be reached by exactly its own DOS name, stand in
-// SERIALCOMM
-//   under it, and show it as "(COM5)" in its friendly name; no other running port may have the same name;
+// - a running port must hold its number by a claim, be reached by exactly its own DOS name, have it in
+//   SERIALCOMM, and show it as "(COM5)" in its friendly name; no other running port may have the same name;
 // - a port that does not run has no DOS name and no SERIALCOMM entry, and must otherwise agree with itself.
-// Of one
-//   that is not plugged in the number may have gone to another port meanwhile; that is remarked on;
+//   Of one that is not plugged in the number may have gone to another port meanwhile; that is remarked on;
 // - a port without a name is a fault when it runs.
 [[nodiscard]] NameReport ReportNames(const Machine& machine);
 
