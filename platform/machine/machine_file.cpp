@@ -13,7 +13,7 @@
 #include <fstream>
 #include <iterator>
 #include <limits>
-#include <sstream>
+#include <random>
 #include <system_error>
 #include <utility>
 
@@ -469,8 +469,8 @@ class MachineReader {
         Fields fields(file);
         if (const auto complete = fields.Find("complete"))
             complete_ = complete->Truth();
-        if (const auto about = fields.Find("about"))  // words for the reader
-            static_cast<void>(about->Text());
+        if (const auto about = fields.Find("about"))
+            machine_.about = about->Text();
         if (const auto system = fields.Find("system"))
             ReadSystem(*system);
         if (const auto control_class = fields.Find("controlClass"))
@@ -649,7 +649,8 @@ class MachineReader {
             if (const auto found = fields.Find(name))
                 target = found->IsNull() ? std::string() : found->Text();
         };
-        text("port", recipe.port);
+        if (const auto port = fields.Find("port"); port && !port->IsNull())
+            recipe.port = port->Text();
         text("description", recipe.description);
         text("driver", recipe.driver);
         text("kernelDevice", recipe.kernel_path);
@@ -995,6 +996,8 @@ std::unique_ptr<Machine> Machine::Load(const std::filesystem::path& file) {
 
 std::string Machine::ToJson() const {
     Json json;
+    if (!about.empty())
+        json["about"] = about;
     json["complete"] = true;
     json["system"]["version"] = std::to_string(major_version) + "." + std::to_string(minor_version);
     json["system"]["build"] = static_cast<std::uint32_t>(build);
@@ -1038,25 +1041,38 @@ std::string Machine::ToJson() const {
 }
 
 void Machine::Save(const std::filesystem::path& file) const {
+    namespace fs = std::filesystem;
     const std::string content = ToJson();
-    std::filesystem::path beside = file;
-    beside += ".new";
-    std::error_code ignored;
-    {
-        std::ofstream stream(beside, std::ios::binary | std::ios::trunc);
-        stream.write(content.data(), static_cast<std::streamsize>(content.size()));
-        stream.close();
-        if (!stream) {
-            std::filesystem::remove(beside, ignored);
-            throw MachineFileError("cannot write " + beside.string());
-        }
-    }
     std::error_code error;
-    std::filesystem::rename(beside, file, error);
-    if (error) {
-        std::filesystem::remove(beside, ignored);
-        throw MachineFileError("cannot replace " + file.string() + ": " + error.message());
-    }
+    const auto fail = [&](const std::string& what) {
+        throw MachineFileError("cannot " + what + " " + file.string() +
+                               (error ? ": " + error.message() : std::string()));
+    };
+    const fs::path target = fs::weakly_canonical(file, error);  // what a link leads to
+    if (error)
+        fail("replace");
+    fs::path beside;
+    std::random_device random;
+    do {
+        beside = target;
+        beside += "." + std::to_string(random()) + ".new";
+    } while (fs::exists(beside, error));
+    std::ofstream stream(beside, std::ios::binary | std::ios::trunc);
+    // Before there is anything to read.
+    if (const fs::file_status before = fs::status(target, error); stream && fs::is_regular_file(before))
+        fs::permissions(beside, before.permissions(), error);
+    else
+        error.clear();
+    stream.write(content.data(), static_cast<std::streamsize>(content.size()));
+    stream.close();
+    const bool written = stream && !error;
+    if (written)
+        fs::rename(beside, target, error);
+    if (written && !error)
+        return;
+    std::error_code ignored;
+    fs::remove(beside, ignored);
+    fail(written ? "replace" : "write");
 }
 
 }  // namespace QX_SIMULATOR_API

@@ -28,7 +28,8 @@ class MachineFileTest : public MachineTest {
 TEST_F(MachineFileTest, APortIsFilledInAsAnInstallerWould) {
     const auto loaded = Machine::FromJson(R"({"devices": [{"id": "QX\\A\\1", "class": "USB", "children": [
         {"id": "QX\\P\\1", "port": "COM12", "settings": {"Baudrate": 115200}},
-        {"id": "QX\\P\\2", "port": "COM3", "foreign": true, "present": false}]}]})");
+        {"id": "QX\\P\\2", "port": "COM3", "foreign": true, "present": false},
+        {"id": "QX\\P\\3", "class": "Ports", "port": null}]}]})");
     const qxsim::Device& port = *loaded->Find("qx\\p\\1");
     const Machine::PortNames names = loaded->NamesOf(port);
     EXPECT_EQ(names.port_name, "COM12");
@@ -44,6 +45,9 @@ TEST_F(MachineFileTest, APortIsFilledInAsAnInstallerWould) {
     EXPECT_FALSE(ghost.control || ghost.started || loaded->Present(ghost));
     EXPECT_TRUE(loaded->NamesOf(ghost).claimed);
     EXPECT_EQ(loaded->DosTarget("COM3"), std::nullopt);
+    const qxsim::Device& nameless = *loaded->Find("QX\\P\\3");
+    EXPECT_EQ(loaded->HardwareKey(nameless)->Find(TEXT("PortName")), nullptr);
+    EXPECT_EQ(loaded->NamesOf(nameless).friendly_name, "");
 }
 
 TEST_F(MachineFileTest, ExamplesLoadWithNamesThatAgreeAndComeBackUnchanged) {
@@ -58,6 +62,7 @@ TEST_F(MachineFileTest, ExamplesLoadWithNamesThatAgreeAndComeBackUnchanged) {
         }
         const std::string saved = loaded->ToJson();
         EXPECT_EQ(Machine::FromJson(saved)->ToJson(), saved);
+        EXPECT_THAT(saved, testing::StartsWith("{\n  \"about\": \"A "));
         EXPECT_EQ(Machine::Reopen(loaded->Snapshot())->ToJson(),
                   Machine::Reopen(*Machine::FromJson(saved))->ToJson());
         ++count;
@@ -134,7 +139,25 @@ TEST_F(MachineFileTest, SavingReplacesTheFileWholeOrLeavesIt) {
         std::distance(std::filesystem::directory_iterator(folder), std::filesystem::directory_iterator()), 1);
     std::filesystem::create_directories(folder / "taken.json" / "full");
     EXPECT_THROW(machine().Save(folder / "taken.json"), qxsim::MachineFileError);
-    EXPECT_FALSE(std::filesystem::exists(folder / "taken.json.new"));
+    const auto entries = [&] {
+        return std::distance(std::filesystem::directory_iterator(folder),
+                             std::filesystem::directory_iterator());
+    };
+    EXPECT_EQ(entries(), 2);
+    // A link stays a link, the file private, and what lies beside it as it was.
+    std::filesystem::permissions(file,
+                                 std::filesystem::perms::owner_read | std::filesystem::perms::owner_write);
+    std::filesystem::create_symlink("m.json", folder / "link.json");
+    std::ofstream(folder / "m.json.new") << "mine";
+    machine().SetClaimed(8, false);
+    machine().Save(file);
+    machine().Save(folder / "link.json");
+    EXPECT_TRUE(std::filesystem::is_symlink(folder / "link.json"));
+    EXPECT_THAT(Machine::Load(file)->ClaimedNumbers(), ElementsAre(7U));
+    EXPECT_EQ(std::filesystem::status(file).permissions(),
+              std::filesystem::perms::owner_read | std::filesystem::perms::owner_write);
+    EXPECT_EQ(std::filesystem::file_size(folder / "m.json.new"), 4U);
+    EXPECT_EQ(entries(), 4);
     std::ofstream(file) << "{\n\"x\": 1}";
     try {
         static_cast<void>(Machine::Load(file));
