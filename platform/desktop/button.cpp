@@ -46,6 +46,8 @@ class Button final : public Control {
         }
     }
 
+    [[nodiscard]] bool IsPush() const { return Type() == BS_PUSHBUTTON || Type() == BS_DEFPUSHBUTTON; }
+
     void Describe(ControlPicture& picture) const override {
         picture.kind = Type() == BS_GROUPBOX ? "group box"
                        : IsRadio()           ? "radio button"
@@ -102,6 +104,12 @@ class Button final : public Control {
 
 std::unique_ptr<Control> MakeButton(Window& window) {
     return std::make_unique<Button>(window);
+}
+
+bool IsPushButton(HWND window) {
+    const WindowRef ref = FindWindowRef(window);
+    const auto* const button = ref ? dynamic_cast<const Button*>(ref->control.get()) : nullptr;
+    return button != nullptr && button->IsPush();
 }
 
 }  // namespace qxsim

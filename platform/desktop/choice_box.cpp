@@ -91,7 +91,7 @@ class ChoiceBox final : public Control {
             case WM_SETTEXT:
                 if (!field_)
                     return CB_ERR;
-                SetFieldText(PointerOf<const WCHAR>(lparam));
+                SetFieldText(lparam != 0 ? PointerOf<const WCHAR>(lparam) : u"");
                 return TRUE;
             case WM_GETTEXT:
                 return CopyText(ShownText(), wparam, lparam);
@@ -230,8 +230,10 @@ class ChoiceBox final : public Control {
         const bool down = key == VK_DOWN;
         if ((!down && key != VK_UP) || !window_.Enabled())
             return false;
+        if (entries_.empty())
+            return true;
         const int next = std::clamp(selection_ + (down ? 1 : -1), 0, static_cast<int>(entries_.size()) - 1);
-        if (next >= 0 && next != selection_) {
+        if (next != selection_) {
             Select(next);
             NotifyParent(CBN_SELENDOK);
             NotifyParent(CBN_SELCHANGE);

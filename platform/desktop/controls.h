@@ -16,6 +16,9 @@ std::unique_ptr<Control> MakeSlider(Window& window);
 std::unique_ptr<Control> MakeTooltip(Window& window);
 std::unique_ptr<Control> MakeTabControl(Window& window);
 
+// Whether the window is a button that is pressed, not one that keeps a mark.
+[[nodiscard]] bool IsPushButton(HWND window);
+
 // The id that the edit field of an editable choice box has.
 constexpr int kChoiceBoxEditId = 1001;
 

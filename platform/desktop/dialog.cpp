@@ -1,5 +1,6 @@
 #include "platform/desktop/dialog.h"
 
+#include "platform/desktop/controls.h"
 #include "platform/desktop/modal_loop.h"
 
 #include <algorithm>
@@ -264,6 +265,11 @@ bool TakeDialogKey(HWND dialog, const MSG& message) {
                 Focus(next);
             return true;
         case VK_RETURN: {
+            // A push button is the default one as long as it has the focus.
+            if (const HWND focus = FocusedWindow(); RootOf(focus) == dialog && IsPushButton(focus)) {
+                Send(focus, BM_CLICK, 0, 0);
+                return true;
+            }
             const LRESULT answer = Send(dialog, DM_GETDEFID, 0, 0);
             const WindowRef ref = FindWindowRef(dialog);
             const int id = HIWORD(answer) != 0 ? LOWORD(answer) : ref ? ref->default_button : IDOK;

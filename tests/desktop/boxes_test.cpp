@@ -23,12 +23,17 @@ TEST_F(Boxes, AnswerWhatTheUserPressesAndIsLeftToPress) {
     EXPECT_EQ(
         answered(MB_YESNO | MB_DEFBUTTON2, [](HWND box) { PostMessageW(box, WM_KEYDOWN, VK_RETURN, 0); }),
         IDNO);
+    const auto focus_and_return = [](HWND box) {
+        SetFocus(GetDlgItem(box, IDNO));
+        PostMessageW(box, WM_KEYDOWN, VK_RETURN, 0);
+    };
+    EXPECT_EQ(answered(MB_YESNO, focus_and_return), IDNO);
     EXPECT_THAT(desktop().RanOutOfScript(), IsEmpty());
 
     // Yes or No must be answered: closing does nothing, and then the user is gone.
     EXPECT_EQ(answered(MB_YESNO, close), IDNO);
     EXPECT_THAT(desktop().RanOutOfScript(), ElementsAre("Caption"));
-    EXPECT_THAT(desktop().Boxes(), SizeIs(5));
+    EXPECT_THAT(desktop().Boxes(), SizeIs(6));
     EXPECT_EQ(desktop().Boxes().front().answer, IDYES);
 }
 

@@ -74,6 +74,12 @@ TEST_F(Controls, EditableChoiceBoxTellsOfTypingNotOfMessages) {
         EXPECT_EQ(Seen(IDC_BAUD_RATE).text, "7");
         EXPECT_EQ(Tell(IDC_BAUD_RATE, CB_RESETCONTENT), CB_OKAY);
         EXPECT_EQ(Seen(IDC_BAUD_RATE).text, "");
+        EnableWindow(Item(IDC_BAUD_RATE), TRUE);
+        SendMessageW(info.hwndItem, WM_KEYDOWN, VK_DOWN, 0);  // there is nothing to go to
+        EXPECT_EQ(Tell(IDC_BAUD_RATE, CB_GETCURSEL), CB_ERR);
+        EXPECT_TRUE(Tell(IDC_BAUD_RATE, WM_SETTEXT, 0, reinterpret_cast<LPARAM>(TEXT("1"))));
+        EXPECT_TRUE(Tell(IDC_BAUD_RATE, WM_SETTEXT));  // no text is the empty one
+        EXPECT_EQ(Seen(IDC_BAUD_RATE).text, "");
     });
 }
 
