@@ -11,7 +11,7 @@ QX_PLATFORM_CALL(SetupDiSetDeviceRegistryPropertyW);
 
 namespace {
 
-constexpr DWORD kFirstUnknownProperty = 0x26;
+constexpr DWORD kFirstUnknownProperty = 0x25;
 
 // Properties that only the platform itself writes.
 constexpr DWORD kReadOnly[] = {SPDRP_CLASS, SPDRP_PHYSICAL_DEVICE_OBJECT_NAME, SPDRP_ENUMERATOR_NAME};

@@ -2,7 +2,6 @@
 #include "platform/machine/machine_internal.h"
 
 #include <algorithm>
-#include <functional>
 
 namespace qxsim QX_SIMULATOR_API {
 

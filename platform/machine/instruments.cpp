@@ -2,7 +2,6 @@
 
 #include <array>
 #include <cstdio>
-#include <thread>
 #include <utility>
 
 namespace qxsim QX_SIMULATOR_API {

@@ -6,7 +6,6 @@
 #include "platform/machine/machine_internal.h"
 
 #include <algorithm>
-#include <cstring>
 #include <optional>
 #include <utility>
 

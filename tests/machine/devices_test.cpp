@@ -110,6 +110,10 @@ TEST_F(DevicesTest, PropertiesReportTypeAndSizeAndKeepTheLastErrorOnSuccess) {
     EXPECT_FALSE(SetupDiGetDeviceRegistryPropertyW(port.set, &port.element, SPDRP_LOCATION_INFORMATION,
                                                    nullptr, text.data(), text.size(), nullptr));
     EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_INVALID_DATA));
+    // Behind the last property that there is.
+    EXPECT_FALSE(SetupDiGetDeviceRegistryPropertyW(port.set, &port.element, 0x25, nullptr, text.data(),
+                                                   text.size(), nullptr));
+    EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_INVALID_REG_PROPERTY));
     const qxsim::Bytes name = qxsim::TextBytes(TEXT("Scale (COM5)"));
     EXPECT_TRUE(SetupDiSetDeviceRegistryPropertyW(port.set, &port.element, SPDRP_FRIENDLYNAME, name.data(),
                                                   static_cast<DWORD>(name.size())));
