@@ -6,7 +6,6 @@
 #include <msports.h>
 
 #include <algorithm>
-#include <array>
 #include <vector>
 
 namespace {
@@ -77,11 +76,11 @@ LONG WINAPI ComDBClose(HCOMDB database) {
 }
 
 LONG WINAPI ComDBClaimPort(HCOMDB handle, DWORD number, BOOL force, PBOOL forced) {
-    if (!Good(handle) || number == 0 || number > COMDB_MAX_PORTS_ARBITRATED)
+    if (!Good(handle) || number == 0)
         return ERROR_INVALID_PARAMETER;
     Database database;
     if (number > database.Ports())
-        database.map.resize((number + 7) / 8);
+        return ERROR_INVALID_PARAMETER;
     const bool taken = database.Claimed(number);
     if (forced != nullptr)
         *forced = taken && force ? TRUE : FALSE;
@@ -135,16 +134,6 @@ LONG WINAPI ComDBGetCurrentPortUsage(HCOMDB handle, PBYTE buffer, DWORD size, DW
     }
     if (reported != nullptr)
         *reported = ports;
-    return ERROR_SUCCESS;
-}
-
-LONG WINAPI ComDBResizeDatabase(HCOMDB handle, DWORD size) {
-    if (!Good(handle) || size < kSmallest || size > COMDB_MAX_PORTS_ARBITRATED || size % 1024 != 0)
-        return ERROR_INVALID_PARAMETER;
-    Database database;
-    if (size < database.Ports())
-        return ERROR_BAD_LENGTH;
-    database.map.resize(size / 8);
     return ERROR_SUCCESS;
 }
 
