@@ -44,17 +44,16 @@ bool BoxAnswers::Step() {
     const std::vector<Button> buttons = ButtonsOf(box);
     if (buttons.empty())
         return false;
-    out_ << '\n';
     for (const std::string& line : screen::Describe(box))
-        out_ << "      " << line << '\n';
+        say_(line);
     std::string answer = answer_;
     if (answer.empty() && buttons.size() > 1) {
         if (TerminalIsThere()) {
-            out_ << "      Your answer: " << std::flush;
+            say_("Your answer:");
             if (!std::getline(std::cin, answer))
                 answer = "no";
         } else {
-            out_ << "      Nobody is there to ask, and neither --answer yes nor --answer no was given.\n";
+            say_("Nobody is there to ask, and neither --answer yes nor --answer no was given.");
             answer = "no";
         }
     }
@@ -63,7 +62,7 @@ bool BoxAnswers::Step() {
     for (const Button& button : buttons)
         if (!answer.empty() && (Same(button.name, answer) || Same(button.name.substr(0, 1), answer)))
             chosen = &button;
-    out_ << "      Answered: " << chosen->name << "\n\n" << std::flush;
+    say_("Answered: " + chosen->name);
     screen::Click(chosen->window);
     return true;
 }

@@ -4,17 +4,18 @@
 #include "host/desk.h"
 
 #include <functional>
-#include <iosfwd>
 #include <string>
 
 namespace qxhost {
 
-// Shows each message box in the terminal and closes it with `answer` ("yes" or "no"; boxes without such a
-// button with the one they have). Without an answer the person at the terminal is asked; without a terminal
-// it is No, which changes nothing.
+// Tells of each message box, line by line to `say`, and closes it with `answer` ("yes" or "no"; boxes without
+// such a button with the one they have). Without an answer the person at the terminal is asked; without a
+// terminal it is No, which changes nothing.
 class BoxAnswers {
   public:
-    BoxAnswers(std::string answer, std::ostream& out) : answer_(std::move(answer)), out_(out) {}
+    using Saying = std::function<void(const std::string&)>;
+
+    BoxAnswers(std::string answer, Saying say) : answer_(std::move(answer)), say_(std::move(say)) {}
 
     // The user for Desk::Use; empty when somebody sits in front of the screen and no answer is given.
     [[nodiscard]] std::function<bool()> AsUser(const Desk& desk);
@@ -23,7 +24,7 @@ class BoxAnswers {
     bool Step();
 
     std::string answer_;
-    std::ostream& out_;
+    Saying say_;
 };
 
 }  // namespace qxhost

@@ -48,6 +48,10 @@ std::string Hexadecimal(DWORD number) {
     return text;
 }
 
+std::string Counted(std::size_t number, const char* thing) {
+    return std::to_string(number) + ' ' + thing + (number == 1 ? "" : "s");
+}
+
 std::string NameOf(DI_FUNCTION request) {
     for (const auto& [number, name] : kRequests)
         if (number == request)
@@ -132,14 +136,11 @@ CoInstaller EntryFor(Role role) {
 
 }  // namespace
 
-DWORD DeviceInstaller::Ask(const std::string& id, DI_FUNCTION request, bool post_processing) {
+DWORD DeviceInstaller::Ask(const std::string& id, DI_FUNCTION request, COINSTALLER_CONTEXT_DATA& context) {
     const Device& device = *Machine().Find(id);
     const CoInstaller entry = EntryFor(RoleOf(Machine(), device));
     HandedDevice handed = session_.Hand(device);
-    COINSTALLER_CONTEXT_DATA context{};
-    context.PostProcessing = post_processing ? TRUE : FALSE;
-    context.InstallResult = post_processing ? result_ : NO_ERROR;
-    std::string call = NameOf(request) + (post_processing ? ", called back" : "");
+    std::string call = NameOf(request) + (context.PostProcessing ? ", called back" : "");
     call.resize(std::max<std::size_t>(call.size(), 34), ' ');
     // What the request leads to is told between it and its answer.
     if (line_open_)
@@ -153,7 +154,7 @@ DWORD DeviceInstaller::Ask(const std::string& id, DI_FUNCTION request, bool post
         out_ << " -> " << NameOfAnswer(answer) << std::endl;
         line_open_ = false;
     } else {
-        Say(std::string(34, ' ') + " -> " + NameOfAnswer(answer));
+        Say(call + " -> " + NameOfAnswer(answer));
     }
     return answer;
 }
@@ -170,12 +171,21 @@ DWORD DeviceInstaller::AskNested(DI_FUNCTION request, HDEVINFO set, PSP_DEVINFO_
     if (request == DIF_REMOVE)
         for (const std::string& port : PortsBelow(id))
             Remove(port);
+    // A port that stays keeps what it is part of.
+    if (request == DIF_REMOVE && !PortsBelow(id).empty())
+        return ERROR_DI_DONT_INSTALL;
     COINSTALLER_CONTEXT_DATA context{};
     ++depth_;
-    const DWORD answer = entry(request, set, element, &context);
+    DWORD answer = entry(request, set, element, &context);
+    // The machine does its own part when all of this has been answered: who asks for a call back gets it
+    // before that part, not behind it.
+    if (answer == ERROR_DI_POSTPROCESSING_REQUIRED) {
+        context.PostProcessing = TRUE;
+        answer = entry(request, set, element, &context);
+    }
     --depth_;
     Say("(the library asks for " + NameOf(request) + " of " + id + ": " + NameOfAnswer(answer) + ")");
-    return answer == ERROR_DI_POSTPROCESSING_REQUIRED ? NO_ERROR : answer;
+    return answer == ERROR_DI_DO_DEFAULT ? NO_ERROR : answer;
 }
 
 std::vector<std::string> DeviceInstaller::PortsBelow(const std::string& id) {
@@ -200,7 +210,8 @@ std::vector<std::string> DeviceInstaller::PortsBelow(const std::string& id) {
 
 bool DeviceInstaller::AskForUpdate(const std::string& id) {
     out_ << ShownName(Machine(), *Machine().Find(id)) << " (" << id << ")\n";
-    const DWORD answer = Ask(id, DIF_UPDATEDRIVER_UI, false);
+    COINSTALLER_CONTEXT_DATA context{};
+    const DWORD answer = Ask(id, DIF_UPDATEDRIVER_UI, context);
     all_well_ = all_well_ && (answer == NO_ERROR || answer == ERROR_DI_DONT_INSTALL);
     return answer == NO_ERROR;
 }
@@ -213,6 +224,9 @@ void DeviceInstaller::Install(const std::string& id, bool renew_ports, unsigned 
     if (!functions.empty())
         return;
     InstallOne(id, renew_ports, new_ports);
+    // An adapter without its driver lists no ports.
+    if (result_ != NO_ERROR)
+        return;
     for (const std::string& port : PortsBelow(id))
         InstallOne(port, false, 0);
 }
@@ -228,22 +242,29 @@ std::vector<std::string> DeviceInstaller::FunctionsOf(const std::string& id) {
 
 void DeviceInstaller::InstallOne(const std::string& id, bool renew_ports, unsigned new_ports) {
     out_ << ShownName(Machine(), *Machine().Find(id)) << " (" << id << ")\n";
-    const auto expect = [&](DI_FUNCTION request, bool post_processing, DWORD wanted) {
-        const DWORD answer = Ask(id, request, post_processing);
+    const auto expect = [&](DI_FUNCTION request, COINSTALLER_CONTEXT_DATA& context, DWORD wanted) {
+        const DWORD answer = Ask(id, request, context);
         if (answer != wanted) {
             all_well_ = false;
             Say("... where " + NameOfAnswer(wanted) + " was to be expected");
         }
         return answer;
     };
-    for (const DI_FUNCTION request : kBefore)
-        expect(request, false, NO_ERROR);
-    const DWORD first = expect(DIF_INSTALLDEVICE, false, ERROR_DI_POSTPROCESSING_REQUIRED);
+    const auto expect_done = [&](DI_FUNCTION request) {
+        COINSTALLER_CONTEXT_DATA context{};
+        expect(request, context, NO_ERROR);
+    };
+    std::for_each(kBefore.begin(), kBefore.end(), expect_done);
+    // One for both calls: a co-installer finds in it what it left there.
+    COINSTALLER_CONTEXT_DATA context{};
+    const DWORD first = expect(DIF_INSTALLDEVICE, context, ERROR_DI_POSTPROCESSING_REQUIRED);
     OwnWork(id, renew_ports, new_ports);
-    if (first == ERROR_DI_POSTPROCESSING_REQUIRED)
-        expect(DIF_INSTALLDEVICE, true, result_);
-    for (const DI_FUNCTION request : kAfter)
-        expect(request, false, NO_ERROR);
+    if (first == ERROR_DI_POSTPROCESSING_REQUIRED) {
+        context.PostProcessing = TRUE;
+        context.InstallResult = result_;
+        expect(DIF_INSTALLDEVICE, context, result_);
+    }
+    std::for_each(kAfter.begin(), kAfter.end(), expect_done);
 }
 
 // What the platform does between the two calls: the new driver takes over, and starts.
@@ -286,9 +307,11 @@ void DeviceInstaller::RenewPorts(const std::string& adapter, bool renew_ports, u
             machine.AddDevice(machine.Find(adapter)->node, recipe);
         }
         if (new_ports > 0)
-            Say("(installer) the driver lists " + std::to_string(new_ports) + " ports");
+            Say("(installer) the driver lists " + Counted(new_ports, "port"));
         return;
     }
+    if (new_ports > 0)
+        Say("(installer) the adapter has ports already; --ports is not used");
     if (!renew_ports)
         return;
     for (const std::string& id : ports) {
@@ -315,7 +338,9 @@ void DeviceInstaller::RenewPorts(const std::string& adapter, bool renew_ports, u
         renewed.properties[SPDRP_HARDWAREID] = hardware_ids;
         renewed.control = std::move(control);
     }
-    Say("(installer) the old ports are gone, " + std::to_string(ports.size()) + " new ones are there");
+    Say(ports.size() == 1
+            ? "(installer) the old port is gone, a new one is there"
+            : "(installer) the old ports are gone, " + std::to_string(ports.size()) + " new ones are there");
 }
 
 // What the system's installer of ports does: a port without a name gets the lowest free one. COM1 and COM2
@@ -350,8 +375,7 @@ void DeviceInstaller::ShowSaved(const std::string& adapter) {
         const std::size_t settings = backup->values.size() - (port_name == nullptr ? 0 : 1);
         Say("(saved) " + ToUtf8(backup->name) + ": " +
             (port_name == nullptr ? "no name" : ToUtf8(qxsim::BytesText(port_name->data))) + ", " +
-            std::to_string(settings) + " values" +
-            (backup->subkeys.empty() ? "" : ", and those of its UI1 key"));
+            Counted(settings, "value") + (backup->subkeys.empty() ? "" : ", and those of its UI1 key"));
     }
 }
 
@@ -364,10 +388,19 @@ void DeviceInstaller::Remove(const std::string& id) {
     if (depth_ == 0)
         out_ << ShownName(Machine(), *device) << " (" << id << ")\n";
     const std::size_t programs = Machine().started_programs.size();
-    if (EntryFor(RoleOf(Machine(), *device)) != nullptr && Ask(id, DIF_REMOVE, false) != NO_ERROR)
-        all_well_ = false;
+    bool refused = !PortsBelow(id).empty();
+    if (!refused && EntryFor(RoleOf(Machine(), *device)) != nullptr) {
+        COINSTALLER_CONTEXT_DATA context{};
+        const DWORD answer = Ask(id, DIF_REMOVE, context);
+        refused = answer != NO_ERROR && answer != ERROR_DI_DO_DEFAULT;
+    }
     for (std::size_t i = programs; i < Machine().started_programs.size(); ++i)
         Say("(started) " + ToUtf8(Machine().started_programs[i].path));
+    if (refused) {
+        all_well_ = false;
+        Say("(installer) " + id + " is not removed");
+        return;
+    }
     device = Machine().Find(id);
     if (device != nullptr)
         Machine().Remove(*device);

@@ -32,20 +32,23 @@ class DeviceInstaller {
     void Install(const std::string& id, bool renew_ports, unsigned new_ports);
     // Asks whether the device's driver may be updated by itself; false when the co-installer refuses.
     [[nodiscard]] bool AskForUpdate(const std::string& id);
-    // Uninstalls the device and what is below it, ports first.
+    // Uninstalls the device and what is below it, ports first. What a co-installer refuses to have removed
+    // stays, and so does what it is part of.
     void Remove(const std::string& id);
+
+    // Prints a line below the request that it belongs to.
+    void Say(const std::string& line);
 
     // Whether every request was answered as the device installer expects.
     [[nodiscard]] bool AllWell() const { return all_well_; }
 
   private:
-    DWORD Ask(const std::string& id, DI_FUNCTION request, bool post_processing);
+    DWORD Ask(const std::string& id, DI_FUNCTION request, COINSTALLER_CONTEXT_DATA& context);
     void InstallOne(const std::string& id, bool renew_ports, unsigned new_ports);
     void OwnWork(const std::string& id, bool renew_ports, unsigned new_ports);
     void RenewPorts(const std::string& adapter, bool renew_ports, unsigned new_ports);
     void PlayPortClass(const std::string& id);
     void ShowSaved(const std::string& adapter);
-    void Say(const std::string& line);
     DWORD AskNested(DI_FUNCTION request, HDEVINFO set, PSP_DEVINFO_DATA element);
 
     [[nodiscard]] qxsim::Machine& Machine() { return session_.Machine(); }

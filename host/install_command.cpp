@@ -76,7 +76,7 @@ int RunInstallation(const MachineOptions& options, Installation what, const Inst
     DeviceInstaller installer(session, std::cout, result);
     bool refused = false;
     std::string problem;
-    BoxAnswers answers(options.answer, std::cout);
+    BoxAnswers answers(options.answer, [&](const std::string& line) { installer.Say(line); });
     const std::unique_ptr<Desk> desk = OpenDesk();
     desk->Use(
         [&] {
