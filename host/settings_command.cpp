@@ -75,7 +75,27 @@ struct Change {
     const Element* element;
     bool bus;
     std::string before;
+    [[nodiscard]] bool IsOne() const { return TextOf(*element) != before; }
 };
+
+constexpr std::string_view kBus = "Bus.";
+
+std::string Upper(std::string_view text) {
+    return ToUtf8(qxsim::UpperCase(qxsim::ToWide(std::string(text))));
+}
+
+// All names, each as it reaches its setting: where both sets have one, the bus's is told apart.
+std::string KnownNames(PortSets& sets) {
+    const std::vector<const Element*> of_port = ElementsOf(sets.port);
+    std::string known;
+    ForEachElement(sets, [&](const Element& element, bool bus) {
+        const bool twice = bus && std::any_of(of_port.begin(), of_port.end(), [&](const Element* each) {
+                               return each->Name() == element.Name();
+                           });
+        known += (known.empty() ? "" : ", ") + std::string(twice ? kBus : "") + NameOf(element);
+    });
+    return known;
+}
 
 // "Baudrate=115200", "Bus.PortType=1".
 Change Apply(PortSets& sets, const std::string& assignment) {
@@ -84,8 +104,7 @@ Change Apply(PortSets& sets, const std::string& assignment) {
         throw Failure(kBadUse, "--set " + assignment + ": write NAME=VALUE, for example Baudrate=115200");
     std::string name = assignment.substr(0, sign);
     const std::string word = assignment.substr(sign + 1);
-    constexpr std::string_view kBus = "Bus.";
-    const bool only_bus = name.starts_with(kBus);
+    const bool only_bus = Upper(name).starts_with(Upper(kBus));
     if (only_bus)
         name.erase(0, kBus.size());
     for (const bool bus : {false, true}) {
@@ -93,8 +112,9 @@ Change Apply(PortSets& sets, const std::string& assignment) {
             continue;
         const std::vector<const Element*> elements = ElementsOf(sets.Of(bus));
         for (const Element* const element : elements) {
-            if (NameOf(*element) != name)
+            if (Upper(NameOf(*element)) != Upper(name))
                 continue;
+            name = NameOf(*element);
             Change change{element, bus, TextOf(*element)};
             if (element->Number() != nullptr) {
                 const auto other = [&](std::string_view wanted) -> std::uint32_t {
@@ -117,12 +137,8 @@ Change Apply(PortSets& sets, const std::string& assignment) {
             return change;
         }
     }
-    std::string known;
-    ForEachElement(sets, [&](const Element& element, bool bus) {
-        if (bus == only_bus || !only_bus)
-            known += (known.empty() ? "" : ", ") + NameOf(element);
-    });
-    throw Failure(kBadUse, "there is no setting \"" + name + "\"; the settings are " + known);
+    throw Failure(kBadUse, "there is no setting \"" + assignment.substr(0, sign) + "\"; the settings are " +
+                               KnownNames(sets));
 }
 
 void PrintBytes(const qxsim::Bytes& bytes) {
@@ -141,10 +157,10 @@ void PrintChanges(const std::vector<Change>& changes) {
         const std::string after = TextOf(*change.element);
         const std::string meaning = MeaningOfElement(*change.element, change.bus);
         std::cout << "  " << (change.bus ? "Bus." : "") << NameOf(*change.element) << ": " << change.before;
-        if (after == change.before)
-            std::cout << " (unchanged)";
-        else
+        if (change.IsOne())
             std::cout << " -> " << after << (meaning.empty() ? "" : " (" + meaning + ")");
+        else
+            std::cout << " (unchanged)";
         std::cout << '\n';
     }
 }
@@ -153,8 +169,9 @@ void PrintChanges(const std::vector<Change>& changes) {
 void Write(qx::CQxUserModeConfig& channel, PortSets& sets, const std::vector<Change>& changes,
            const std::string& port) {
     for (const bool bus : {false, true}) {
-        const bool concerned = std::any_of(changes.begin(), changes.end(),
-                                           [&](const Change& change) { return change.bus == bus; });
+        const bool concerned = std::any_of(changes.begin(), changes.end(), [&](const Change& change) {
+            return change.bus == bus && change.IsOne();
+        });
         if (concerned && !channel.WriteSettings(sets.Of(bus), bus ? qx::kBusSet : qx::kPortSet))
             throw Failure(kNoAnswer, "the driver of " + port + " refuses the " + (bus ? "bus" : "port") +
                                          " settings (error " + std::to_string(GetLastError()) + ")");
@@ -164,8 +181,18 @@ void Write(qx::CQxUserModeConfig& channel, PortSets& sets, const std::vector<Cha
 int ChangeSettings(Session& session, qxsim::Device& port, qx::CQxUserModeConfig& channel, PortSets& sets,
                    const SettingsOptions& settings) {
     std::vector<Change> changes;
-    for (const std::string& assignment : settings.set)
-        changes.push_back(Apply(sets, assignment));
+    for (const std::string& assignment : settings.set) {
+        const Change change = Apply(sets, assignment);
+        if (std::any_of(changes.begin(), changes.end(),
+                        [&](const Change& each) { return each.element == change.element; }))
+            throw Failure(kBadUse, "--set " + assignment + ": " + NameOf(*change.element) + " is set twice");
+        changes.push_back(change);
+    }
+    if (std::none_of(changes.begin(), changes.end(), [](const Change& change) { return change.IsOne(); })) {
+        std::cout << settings.port << ": nothing to change\n";
+        PrintChanges(changes);
+        return kDone;
+    }
     std::cout << settings.port << (settings.dry_run ? " would change:\n" : " changes:\n");
     PrintChanges(changes);
     const std::size_t before = port.control->writes.size();
