@@ -4,21 +4,26 @@
 #include "host/screen.h"
 #include "host/user_script.h"
 
-#include <fstream>
 #include <iostream>
-#include <iterator>
 #include <map>
-#include <sstream>
 
 namespace qxhost {
 
 namespace {
 
-std::string ReadText(const std::filesystem::path& file) {
-    std::ifstream in(file, std::ios::binary);
-    if (!in)
-        throw Failure(kBadUse, file.string() + ": cannot be read");
-    return {std::istreambuf_iterator<char>(in), {}};
+// What a user is to do at the properties of the one port that the command line names.
+Script ScriptOf(const PropertiesOptions& properties) {
+    const bool from_file = !properties.script_file.empty();
+    const std::string where = from_file ? properties.script_file.string() + ": " : "";
+    try {
+        Script script = ParseScript(from_file ? ReadScript(properties.script_file) : properties.script);
+        if (!script.machine.empty() || !script.port.empty() || !script.held.empty() || !script.after.empty())
+            throw ScriptError(
+                "machine:, port:, held: and after: belong to test scripts; run those with --script-suite");
+        return script;
+    } catch (const ScriptError& error) {
+        throw Failure(kBadUse, where + error.what());
+    }
 }
 
 // Prints what a person sees while a script runs: a page whole when it comes up, later only the lines that
@@ -86,15 +91,11 @@ int ShowProperties(const MachineOptions& options, const PropertiesOptions& prope
         session.PretendVersion(options.os);
     const qxsim::Device& port = session.Port(properties.port);
     const bool scripted = !properties.script.empty() || !properties.script_file.empty();
-    Script script;
-    try {
-        script = ParseScript(!properties.script.empty()        ? properties.script
-                             : !properties.script_file.empty() ? ReadText(properties.script_file)
-                                                               : std::string());
-    } catch (const ScriptError& error) {
-        throw Failure(kBadUse, error.what());
-    }
+    const Script script = ScriptOf(properties);
     const std::unique_ptr<Desk> desk = OpenDesk();
+    if (!properties.picture.empty() && properties.picture.extension() != desk->PictureSuffix())
+        throw Failure(kBadUse, "--picture " + properties.picture.string() + ": pictures here are " +
+                                   desk->PictureSuffix() + " files");
     if (properties.wait && !desk->HasScreen())
         throw Failure(kBadUse,
                       "--wait: nobody can sit in front of the simulated desktop; use --do or --script");

@@ -5,10 +5,7 @@
 #include "host/user_script.h"
 
 #include <algorithm>
-#include <fstream>
 #include <iostream>
-#include <iterator>
-#include <sstream>
 
 namespace qxhost {
 
@@ -96,10 +93,7 @@ class Aftermath {
 
 // Empty when the script ran to its end and all came as it says.
 std::string RunScript(const std::filesystem::path& file, const SuiteOptions& suite) {
-    std::ifstream in(file, std::ios::binary);
-    if (!in)
-        return "cannot be read";
-    Script script = ParseScript(std::string{std::istreambuf_iterator<char>(in), {}});
+    const Script script = ParseScript(ReadScript(file));
     if (script.machine.empty() || script.port.empty())
         return "machine: and port: are missing";
     // Machines that only scripts need stand beside them.

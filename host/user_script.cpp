@@ -9,6 +9,8 @@
 #include <array>
 #include <cctype>
 #include <charconv>
+#include <fstream>
+#include <iterator>
 #include <optional>
 
 namespace qxhost {
@@ -224,11 +226,13 @@ HWND FindOrNull(const std::string& name, KindTest wanted, int nth = 1) {
 }
 
 std::string KnownControls(KindTest wanted) {
+    constexpr std::array kByLabel{Kind::kChoice, Kind::kEdit, Kind::kSlider, Kind::kCheckBox};
+    const bool by_label = std::any_of(kByLabel.begin(), kByLabel.end(), wanted);
     std::string known;
     for (HWND control : Nameable()) {
         const std::string text = Spoken(screen::TextOf(control));
         const Kind kind = screen::KindOf(control);
-        if (!text.empty() && (wanted(kind) || kind == Kind::kLabel) && kind != Kind::kChoice &&
+        if (!text.empty() && (wanted(kind) || (by_label && kind == Kind::kLabel)) && kind != Kind::kChoice &&
             kind != Kind::kEdit)
             known += (known.empty() ? "" : ", ") + Quoted(text);
     }
@@ -554,7 +558,8 @@ struct Verb {
     std::size_t words;  // at least, the verb's own included
     std::size_t most;
     void (*run)(const Doing&);
-    bool with_box;  // may be said while a message box is open
+    bool with_box;                    // may be said while a message box is open
+    bool first_may_be_empty = false;  // what the first word behind the verb names may be nothing
 };
 
 constexpr std::array kVerbs{
@@ -573,9 +578,9 @@ constexpr std::array kVerbs{
 };
 
 constexpr std::array kExpectations{
-    Verb{"box", "expect box CAPTION TEXT [ICON]", 4, 5, ExpectBox, true},
+    Verb{"box", "expect box CAPTION TEXT [ICON]", 4, 5, ExpectBox, true, true},
     Verb{"title", "expect title TEXT", 3, 3, ExpectTitle, false},
-    Verb{"tabs", "expect tabs TITLE,TITLE...", 3, 3, ExpectTabs, false},
+    Verb{"tabs", "expect tabs TITLE,TITLE...", 3, 3, ExpectTabs, false, true},
     Verb{"selected", "expect selected CHOICE-BOX ENTRY", 4, 4, ExpectSelected, false},
     Verb{"entries", "expect entries CHOICE-BOX ENTRY,ENTRY...", 4, 4, ExpectEntries, false},
     Verb{"text", "expect text FIELD TEXT", 4, 4, ExpectText, false},
@@ -607,10 +612,24 @@ const Verb& VerbOf(const Statement& statement) {
         throw ScriptError(Where(statement.line) + "no such statement: " + statement.text);
     if (statement.words.size() < verb->words || statement.words.size() > verb->most)
         throw ScriptError(Where(statement.line) + statement.text + " (it is: " + verb->usage + ")");
+    // An empty name would be the beginning of every control's.
+    const std::size_t first = expects ? 2 : 1;
+    if (!verb->first_may_be_empty && statement.words.size() > first && Spoken(statement.words[first]).empty())
+        throw ScriptError(Where(statement.line) + statement.text +
+                          ": the name is empty (it is: " + verb->usage + ")");
     return *verb;
 }
 
 }  // namespace
+
+std::string ReadScript(const std::filesystem::path& file) {
+    std::ifstream in(file, std::ios::binary);
+    std::error_code ignored;
+    // A folder can be opened like a file.
+    if (!in || std::filesystem::is_directory(file, ignored))
+        throw ScriptError("cannot be read");
+    return {std::istreambuf_iterator<char>(in), {}};
+}
 
 Script ParseScript(std::string_view text) {
     Script script;

@@ -15,6 +15,7 @@
 
 #include "host/desk.h"
 
+#include <filesystem>
 #include <functional>
 #include <stdexcept>
 #include <string>
@@ -23,7 +24,7 @@
 
 namespace qxhost {
 
-// What is wrong with a script's text, with its line.
+// What is wrong with a script, with its line.
 class ScriptError : public std::runtime_error {
   public:
     using std::runtime_error::runtime_error;
@@ -43,6 +44,8 @@ struct Script {
     std::vector<Statement> after;  // what the machine must hold when the sheet has closed
 };
 
+// A script's text. Throws ScriptError when `file` cannot be read.
+[[nodiscard]] std::string ReadScript(const std::filesystem::path& file);
 // Throws ScriptError for a word that is no statement, a missing argument or an open quote.
 [[nodiscard]] Script ParseScript(std::string_view text);
 
