@@ -5,7 +5,9 @@
 
 #include <CLI/CLI.hpp>
 
+#include <cstdio>
 #include <iostream>
+#include <memory>
 
 namespace {
 
@@ -19,7 +21,8 @@ constexpr const char* kDescription =
 constexpr const char* kFooter =
     "Exit codes:\n"
     "  0  done, and all is as it should be\n"
-    "  1  names disagree, a script saw something else, an installation failed or was refused\n"
+    "  1  names disagree, a script saw something else, an installation failed or was refused, or the output\n"
+    "     cannot be written\n"
     "  2  the command line or a value in it makes no sense\n"
     "  3  the machine file is missing, broken or cannot be written\n"
     "  4  there is no such port or device, or several\n"
@@ -30,6 +33,16 @@ constexpr const char* kFooter =
     "  qxhost machine.json settings COM5 --set Baudrate=115200 --set Parity=even\n"
     "  qxhost machine.json reinstall PID_1104 --answer yes\n"
     "  qxhost machine.json properties COM5 --do 'check \"Override\" 1; press OK'";
+
+// A command stands behind the machine that it works on, also in the line that says how it is used.
+class Formatter : public CLI::Formatter {
+  public:
+    std::string make_usage(const CLI::App* app, std::string name) const override {
+        if (app->get_parent() != nullptr)
+            name.insert(name.find(' '), " MACHINE");
+        return CLI::Formatter::make_usage(app, std::move(name));
+    }
+};
 
 void AddMachineOptions(CLI::App& command, MachineOptions& options) {
     command.add_flag("--trace", options.trace, "print the library's platform calls to standard error");
@@ -60,6 +73,7 @@ void AddInstallation(CLI::App& app, const char* name, const char* what, Installa
 int Run(int argc, char** argv) {
     CLI::App app{kDescription, "qxhost"};
     app.footer(kFooter);
+    app.formatter(std::make_shared<Formatter>());
     app.require_subcommand(0, 1);
     MachineOptions options;
     SettingsOptions settings;
@@ -85,7 +99,8 @@ int Run(int argc, char** argv) {
     set->add_option("PORT", settings.port, "COM name")->required();
     CLI::Option* const assignments =
         set->add_option("--set", settings.set,
-                        "NAME=VALUE, several times; VALUE in words (even, 8, xonxoff, on) or as raw:N")
+                        "NAME=VALUE, several times; VALUE in words (even, 8, xonxoff, on) or as raw:N; "
+                        "Bus.NAME where both sets have one")
             ->type_name("NAME=VALUE")
             ->expected(1)
             ->take_all();
@@ -98,6 +113,7 @@ int Run(int argc, char** argv) {
 
     CLI::App* const names = app.add_subcommand(
         "names", "show who holds each COM number in each of the five places, and whether they agree");
+    AddMachineOptions(*names, options);
     names->callback([&] { command = [&] { return ShowNames(options); }; });
 
     AddInstallation(app, "install", "install an adapter's or port's driver", Installation::kInstall, options,
@@ -113,7 +129,8 @@ int Run(int argc, char** argv) {
     CLI::Option* const doing =
         sheet->add_option("--do", properties.script, "what a user does there, statement by statement");
     sheet->add_option("--script", properties.script_file, "the same from a file")->excludes(doing);
-    sheet->add_option("--picture", properties.picture, "draw the page as it stands last into this file");
+    sheet->add_option("--picture", properties.picture,
+                      "draw the page as it stands last into this .svg file (on Windows: .png)");
     sheet->add_flag("--wait", properties.wait,
                     "leave the sheet to the person in front of the screen (Windows)");
     sheet->add_flag("--quiet", properties.quiet, "do not print the pages");
@@ -134,8 +151,9 @@ int Run(int argc, char** argv) {
             throw Failure(kBadUse, "name a machine file and a command; qxhost --help lists them");
         return command();
     } catch (const CLI::ParseError& error) {
-        const int code = app.exit(error);
-        return code == 0 ? kDone : kBadUse;
+        if (error.get_exit_code() != 0)
+            std::cerr << "qxhost: ";
+        return app.exit(error) == 0 ? kDone : kBadUse;
     } catch (const Failure& failure) {
         std::cout.flush();
         std::cerr << "qxhost: " << failure.what() << '\n';
@@ -148,7 +166,12 @@ int Run(int argc, char** argv) {
 int main(int argc, char** argv) {
     try {
         PrepareHost();
-        return Run(argc, argv);
+        const int code = Run(argc, argv);
+        std::cout.flush();
+        if (std::cout && std::ferror(stdout) == 0)
+            return code;
+        std::cerr << "qxhost: the output cannot be written\n";
+        return code == kDone ? kNotAsItShould : code;
     } catch (const std::exception& error) {
         std::cerr << "qxhost: " << error.what() << '\n';
         return kNotAsItShould;

@@ -10,6 +10,8 @@ namespace qxhost {
 
 int ShowNames(const MachineOptions& options) {
     Session session(options.machine);
+    if (options.trace)
+        session.TraceCalls();
     const qxsim::NameReport report = qxsim::ReportNames(session.Machine());
     std::cout << report.Table();
     if (report.Agrees()) {

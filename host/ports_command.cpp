@@ -41,9 +41,9 @@ int ListPorts(const MachineOptions& options) {
     if (options.trace)
         session.TraceCalls();
     qxsim::Machine& machine = session.Machine();
-    std::vector<TableRow> rows{{"Port", "Friendly name", "Kind", "Instance id", ""}};
+    std::vector<TableRow> rows{{"Port", "Friendly name", "Kind", "Instance id", "State"}};
     std::vector<TableRow> drivers{{"Port", "Driver key", "Control device"}};
-    for (const qxsim::Device* const port : machine.Ports()) {
+    for (const qxsim::Device* const port : session.PortsInOrder()) {
         const std::string name = machine.NamesOf(*port).port_name;
         const std::string shown = name.empty() ? "(none)" : name;
         rows.push_back({shown, ShownName(machine, *port), KindOf(session, *port), qxsim::ToUtf8(port->id),

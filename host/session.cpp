@@ -2,11 +2,13 @@
 
 #include "host/failure.h"
 
+#include "base/text.h"
+
 #include <algorithm>
 #include <charconv>
 #include <iostream>
+#include <limits>
 #include <utility>
-#include <vector>
 
 namespace qxhost {
 
@@ -14,6 +16,9 @@ namespace {
 
 using qxsim::Device;
 using qxsim::ToUtf8;
+
+// An empty name would be found in every device.
+constexpr const char* kNoName = "name a device";
 
 std::string Upper(const std::string& text) {
     return ToUtf8(qxsim::UpperCase(qxsim::ToWide(text)));
@@ -63,7 +68,7 @@ void Session::PretendVersion(const std::string& version) {
         dot == end)
         throw Failure(kBadUse,
                       "\"" + version + "\" is no system version; write it as 5.1, 6.0, 6.1, 6.3 or 10.0");
-    true_version_ = Version{machine_->major_version, machine_->minor_version, machine_->build};
+    true_version_ = Version{machine_->major_version, machine_->minor_version};
     machine_->major_version = major;
     machine_->minor_version = minor;
 }
@@ -96,15 +101,29 @@ void Session::Store() {
         throw Failure(kBadMachine, "the machine could not be stored, the file is as it was: " + problem);
 }
 
+std::vector<const Device*> Session::PortsInOrder() const {
+    std::vector<const Device*> ports = machine_->Ports();
+    const auto number = [this](const Device* port) {
+        const int of_name =
+            qx::ComNumberOf(qx::Text(qxsim::ToWide(machine_->NamesOf(*port).port_name).c_str()));
+        return of_name > 0 ? of_name : std::numeric_limits<int>::max();
+    };
+    std::stable_sort(ports.begin(), ports.end(),
+                     [&](const Device* a, const Device* b) { return number(a) < number(b); });
+    return ports;
+}
+
 Device& Session::Port(const std::string& name) {
+    if (name.empty())
+        throw Failure(kBadUse, kNoName);
     std::vector<Device*> found;
     std::vector<std::string> known;
-    for (const Device* const each : machine_->Ports()) {
+    for (const Device* const each : PortsInOrder()) {
         const std::string port_name = machine_->NamesOf(*each).port_name;
         if (!port_name.empty())
             known.push_back(port_name);
         // On a computer two devices can have one name; the one that runs is meant.
-        if (Upper(port_name) == Upper(name) && !port_name.empty())
+        if (Upper(port_name) == Upper(name))
             found.insert(each->started ? found.begin() : found.end(), machine_->Node(each->node));
     }
     if (found.empty())
@@ -114,6 +133,8 @@ Device& Session::Port(const std::string& name) {
 }
 
 Device& Session::Named(const std::string& name) {
+    if (name.empty())
+        throw Failure(kBadUse, kNoName);
     const std::string wanted = Upper(name);
     std::vector<Device*> part;
     std::vector<std::string> ids;

@@ -7,6 +7,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace qxhost {
 
@@ -36,6 +37,8 @@ class Session {
     // Stores the machine in its file: the old one or the new one, never half of it. Throws Failure.
     void Store();
 
+    // The computer's ports by COM number; those without one come last.
+    [[nodiscard]] std::vector<const qxsim::Device*> PortsInOrder() const;
     // The port that a COM name means. Throws Failure with the names there are.
     [[nodiscard]] qxsim::Device& Port(const std::string& name);
     // The device that an instance id, a friendly name, or a part of either that fits no other device means.
@@ -47,7 +50,7 @@ class Session {
     std::unique_ptr<qxsim::Machine> machine_;
     std::optional<qxsim::CurrentMachine> current_;
     struct Version {
-        DWORD major, minor, build;
+        DWORD major, minor;
     };
     std::optional<Version> true_version_;
 };
