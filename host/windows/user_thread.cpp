@@ -1,5 +1,7 @@
 #include "host/windows/user_thread.h"
 
+#include "host/failure.h"
+
 #include <windows.h>
 
 #include <atomic>
@@ -77,12 +79,12 @@ void PostSteps(User& user) {
         if (WaitForSingleObject(user.passed, kPatienceMilliseconds) != WAIT_OBJECT_0) {
             std::fprintf(stderr, "the dialogs have not answered for %lu ms\n", kPatienceMilliseconds);
             std::fflush(nullptr);
-            TerminateProcess(GetCurrentProcess(), 3);
+            TerminateProcess(GetCurrentProcess(), kNotAsItShould);
         }
         if (user.finished && ++closings > kMostClosings) {
             std::fprintf(stderr, "a dialog does not close\n");
             std::fflush(nullptr);
-            TerminateProcess(GetCurrentProcess(), 3);
+            TerminateProcess(GetCurrentProcess(), kNotAsItShould);
         }
         // Dialogs post to themselves what belongs to a step (focus changes, closing); let that be done first.
         Sleep(user.finished ? 50 : 5);
