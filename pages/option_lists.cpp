@@ -115,6 +115,9 @@ OptionList CUtils::DuplexModeList(UINT string_id, DWORD mask) {
 }
 
 bool CUtils::FillComboByValue(HWND box, const OptionList& list, DWORD current, bool by_bits) {
+    // Made before the box is emptied: without memory for it the box keeps what it shows, and the page does
+    // not write a value that nobody chose.
+    const Text unknown = Format(TEXT("%d"), current);
     SendMessageW(box, CB_RESETCONTENT, 0, 0);
     LRESULT selected = CB_ERR;
     for (const auto& option : list) {
@@ -125,7 +128,7 @@ bool CUtils::FillComboByValue(HWND box, const OptionList& list, DWORD current, b
     }
     // A value that the driver holds but does not offer is shown as it is.
     if (selected < 0)
-        selected = AppendOption(box, Format(TEXT("%d"), current), current);
+        selected = AppendOption(box, unknown, current);
     Select(box, selected);
     return true;
 }

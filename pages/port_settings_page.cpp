@@ -18,6 +18,9 @@ constexpr DWORD kAllFlowControls = 0x7;
 // What a flow-control value may hold besides 0.
 constexpr DWORD kFlowControlBits = 0xF;
 
+// What a box yields that has no selection, or is not there. It has every bit, and is no flow control.
+constexpr DWORD kNothingSelected = 0xFFFFFFFF;
+
 // Half duplex with automatic gating of the transmitter: the lines serve the gating.
 constexpr DWORD kHalfDuplexMode = 2;
 
@@ -94,7 +97,7 @@ bool IsStopBits(DWORD value) noexcept {
     return value <= 2;
 }
 bool IsFlowControl(DWORD value) noexcept {
-    return value == 0 || (value & kFlowControlBits) != 0;
+    return value == 0 || (value != kNothingSelected && (value & kFlowControlBits) != 0);
 }
 
 // Takes a value over if it is known; true when it differs, known or not.

@@ -33,6 +33,8 @@ TEST_F(OptionLists, OfferBaudRatesByMaskAndLimitInTheOrderOfTheDriversTable) {
     EXPECT_EQ(all.back(), "921600=921600");
     EXPECT_EQ(Written(CUtils::BaudRateList(kEverything, 115200)).size(), 17U);
     EXPECT_THAT(Written(CUtils::BaudRateList(0x8000, kEverything)), ElementsAre("57600=57600"));
+    EXPECT_THAT(Written(CUtils::BaudRateList(0x20000, kEverything)), ElementsAre("115200=115200"));
+    EXPECT_THAT(Written(CUtils::BaudRateList(0x40000, kEverything)), IsEmpty()) << "the platform's own bit";
     EXPECT_THAT(Written(CUtils::BaudRateList(0x10000000, 460800)),
                 ElementsAre("230400=230400", "460800=460800"));
     EXPECT_THAT(Written(CUtils::BaudRateList(kEverything, 74)), IsEmpty());
@@ -44,10 +46,13 @@ TEST_F(OptionLists, KeepEachTextWithItsValueWhenOthersAreMaskedOut) {
     EXPECT_THAT(Written(CUtils::ParityList(IDS_PARITIES, 0x1F00)),
                 ElementsAre("Even=2", "Odd=1", "None=0", "Mark=3", "Space=4"));
     EXPECT_THAT(Written(CUtils::ParityList(IDS_PARITIES, 0x1100)), ElementsAre("None=0", "Space=4"));
+    EXPECT_THAT(Written(CUtils::ParityList(IDS_PARITIES, 0x400)), ElementsAre("Even=2"));
     EXPECT_THAT(Written(CUtils::StopBitsList(IDS_STOP_BITS, 0x5)), ElementsAre("1=0", "2=2"));
     EXPECT_THAT(Written(CUtils::FlowControlList(IDS_FLOW_CONTROLS, 0x5)),
                 ElementsAre("Xon / Xoff=4", "Hardware=1", "None=0"));
-    EXPECT_THAT(Written(CUtils::FlowControlList(IDS_FLOW_CONTROLS, 0)), ElementsAre("None=0"));
+    EXPECT_THAT(Written(CUtils::FlowControlList(IDS_FLOW_CONTROLS, 0x4)),
+                ElementsAre("Xon / Xoff=4", "None=0"));
+    EXPECT_THAT(Written(CUtils::FlowControlList(IDS_FLOW_CONTROLS, 0x2)), ElementsAre("None=0"));
     EXPECT_THAT(Written(CUtils::DuplexModeList(IDS_DUPLEX_MODES, 0x18)),
                 ElementsAre("Receive Only=4", "Transmitter and Receiver Disabled=5"));
 }

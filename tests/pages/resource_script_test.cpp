@@ -4,6 +4,8 @@
 #include "platform/desktop/picture.h"
 #include "tests/pages/port_sheet.h"
 
+#include <commctrl.h>
+
 #include <gmock/gmock.h>
 
 #include <algorithm>
@@ -64,7 +66,9 @@ TEST_F(ResourceScript, GivesEveryInputATipAndAHelpText) {
             EXPECT_EQ(tip->title, "Information:");
             EXPECT_TRUE(tip->balloon && tip->closable);
             EXPECT_EQ(tip->max_width, 400);
+            EXPECT_EQ(tip->icon, TTI_INFO);
             EXPECT_EQ(tip->initial_delay, 1000);
+            EXPECT_EQ(tip->reshow_delay, 2000);
             EXPECT_EQ(tip->visible_time, 30000);
 
             const std::size_t before = Desktop::The().HelpRequests().size();
@@ -157,7 +161,9 @@ TEST_F(ResourceScript, PaintsEveryPageInItsColour) {
         EXPECT_EQ(Desktop::The().BackgroundOf(page.window), kPageColour);
         for (const ControlPicture& control : page.controls)
             if (control.kind == "label") {
-                EXPECT_EQ(Desktop::The().BackgroundOf(control.window), kPageColour) << control.text;
+                const auto colours = Desktop::The().ColorsOf(control.window);
+                EXPECT_EQ(colours.background, kPageColour) << control.text;
+                EXPECT_TRUE(colours.transparent) << control.text;
             }
     });
 }

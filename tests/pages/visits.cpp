@@ -14,6 +14,8 @@ const std::vector<Visit>& Visits() {
          {[] { TypeInto(IDC_BAUD_RATE, TEXT("4800")); }, [] { ChooseEntry(IDC_PARITY, 1); },
           press(IDC_OVERRIDE_PARITY), [] { PressOk(); }}},
         {"port settings, defaults and Cancel", {press(IDC_RESTORE_DEFAULTS), [] { PressCancel(); }}},
+        {"port settings, defaults and OK",
+         {press(IDC_RESTORE_DEFAULTS), [] { PressOk(); }, [] { PressOk(); }}},
         {"COM number, OK",
          {press(IDC_ADVANCED), [] { ChooseEntry(IDC_COM_NUMBER, 11); }, [] { PressOk(); },
           [] { PressOk(); }}},
@@ -36,6 +38,7 @@ void VisitTest::SetUp() {
     Driver().settings["PortType"] = 1;
     Driver().settings["SupportedDuplexModes"] = 3;
     Driver().settings["DuplexMode"] = 1;
+    Driver().settings["FlowControl"] = Driver().defaults["FlowControl"] = 5;  // which it does not offer
     sound_ = machine().Clone();
 }
 
@@ -58,6 +61,8 @@ std::string VisitTest::Run(const Visit& visit, const std::function<void(const St
     const std::uint32_t rate = Driver().settings["Baudrate"];
     if (rate != 9600 && rate != 4800)
         wrong += "the baud rate is " + std::to_string(rate) + "; ";
+    if (const std::uint32_t flow = Driver().settings["FlowControl"]; flow > 0xF)
+        wrong += "the flow control is " + std::to_string(flow) + "; ";
     const std::uint32_t mode = Driver().settings["DuplexMode"];
     if (mode > 2)
         wrong += "the duplex mode is " + std::to_string(mode) + "; ";
