@@ -138,6 +138,7 @@ Device& Session::Named(const std::string& name) {
     const std::string wanted = Upper(name);
     std::vector<Device*> part;
     std::vector<std::string> ids;
+    ids.reserve(machine_->devices.size());
     for (Device& each : machine_->devices) {
         if (!Real(each))
             continue;

@@ -50,7 +50,8 @@ awk '$4 ~ /%/ && $5 != "" {
     }' build/coverage/files.txt >build/coverage/never
 echo "lines never run:"
 while read -r file line; do
-    text=$(sed -n "${line}s/^ *//p" "$file")
+    # With the line above it: "return false;" alone would stand for many.
+    text=$(sed -n "$((line - 1)),${line}s/^ *//p" "$file" | paste -sd ' ')
     if grep -qF "| \`$file\` | \`$text\` |" docs/coverage.md; then
         echo "  $file:$line: $text"
     else

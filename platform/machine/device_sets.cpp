@@ -52,17 +52,19 @@ DeviceSet* FindSet(Machine& machine, HDEVINFO handle) {
 }
 
 SetElement* FindElement(DeviceSet* set, const SP_DEVINFO_DATA* data, DWORD& error) {
-    error = ERROR_SUCCESS;
-    if (set == nullptr)
-        error = ERROR_INVALID_HANDLE;
-    else if (data == nullptr)
-        error = ERROR_INVALID_PARAMETER;
-    else if (data->cbSize != sizeof(SP_DEVINFO_DATA))
+    error = set == nullptr ? ERROR_INVALID_HANDLE : ERROR_INVALID_PARAMETER;
+    if (set == nullptr || data == nullptr)
+        return nullptr;
+    if (data->cbSize != sizeof(SP_DEVINFO_DATA)) {
         error = ERROR_INVALID_USER_BUFFER;
-    else if (data->Reserved == 0 || data->Reserved > set->elements.size() ||
-             set->elements[data->Reserved - 1].node != data->DevInst)
-        error = ERROR_INVALID_PARAMETER;  // an element of another set
-    return error == ERROR_SUCCESS ? &set->elements[data->Reserved - 1] : nullptr;
+        return nullptr;
+    }
+    const bool of_this_set = data->Reserved != 0 && data->Reserved <= set->elements.size() &&
+                             set->elements[data->Reserved - 1].node == data->DevInst;
+    if (!of_this_set)
+        return nullptr;
+    error = ERROR_SUCCESS;
+    return &set->elements[data->Reserved - 1];
 }
 
 std::size_t AddElement(DeviceSet& set, DEVINST node) {

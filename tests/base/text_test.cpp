@@ -93,8 +93,8 @@ TEST(SplitAtCommas, KeepsEmptyPartsSoThatPositionsCount) {
 
 TEST(Text, SharesItsStorageAndComparesUnitByUnit) {
     const Text name(TEXT("COM5"));
-    const Text copy =
-        name;  // NOLINT(performance-unnecessary-copy-initialization): the copy is what is tested
+    // NOLINTNEXTLINE(performance-unnecessary-copy-initialization): the copy is what is tested
+    const Text copy = name;
     EXPECT_EQ(copy.c_str(), name.c_str());
     EXPECT_FALSE(name == Text(TEXT("com5")));
     EXPECT_FALSE(name == Text(TEXT("COM5 ")));

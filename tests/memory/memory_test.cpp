@@ -10,6 +10,8 @@
 #include <cstdio>
 #include <string_view>
 
+extern "C" HRESULT WINAPI DllRegisterServer() noexcept;
+
 namespace qxtest {
 namespace {
 
@@ -72,6 +74,19 @@ TEST_F(InstallationMemory, RunsOutWithoutHarm) {
             return failing.Fired();
         });
     }
+}
+
+// Registration cannot say "no exception" to whoever registers; it says that memory was short, or worked.
+TEST_F(InstallationMemory, RunsOutDuringRegistration) {
+    FailEachAllocation("registration", [&](std::size_t nth, bool for_good) {
+        instruments().Reset();
+        const FailingAllocation failing(nth, for_good);
+        const HRESULT result = DllRegisterServer();
+        EXPECT_TRUE(result == S_OK || FAILED(result));
+        EXPECT_EQ(FAILED(result), failing.Fired()) << nth;
+        EXPECT_EQ(instruments().LedgerReport(), "");
+        return failing.Fired();
+    });
 }
 
 class PageMemory : public VisitTest {

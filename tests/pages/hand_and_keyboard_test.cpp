@@ -3,6 +3,7 @@
 #include "module/resource.h"
 #include "tests/pages/port_sheet.h"
 
+#include <commctrl.h>
 #include <gmock/gmock.h>
 
 #include <utility>
@@ -107,6 +108,31 @@ TEST_F(HandAndKeyboard, PagesPaintTheirOwnBackgroundWhenTheyHaveTheBrush) {
     instruments().Inject({.function = "CreateSolidBrush", .nth = 1});
     ShowProperties({look});
     EXPECT_EQ(painted.second, CLR_INVALID);
+}
+
+// A control's notification that nobody else takes comes back to the control, and a click that means nothing
+// to the page is left to the platform.
+TEST_F(HandAndKeyboard, NotificationsGoBackToTheirControl) {
+    struct Heard {
+        UINT message = 0;
+        UINT code = 0;
+    } heard;
+    ShowProperties({[&] {
+        const HWND control = ControlInFront(IDC_BAUD_RATE);
+        const SUBCLASSPROC listen = [](HWND window, UINT message, WPARAM wparam, LPARAM lparam, UINT_PTR,
+                                       DWORD_PTR place) -> LRESULT {
+            if (message > WM_USER)
+                *reinterpret_cast<Heard*>(place) = {message, reinterpret_cast<const NMHDR*>(lparam)->code};
+            return DefSubclassProc(window, message, wparam, lparam);
+        };
+        SetWindowSubclass(control, listen, 1, reinterpret_cast<DWORD_PTR>(&heard));
+        NMHDR notification{control, IDC_BAUD_RATE, 77};
+        Send(PageInFront(), WM_NOTIFY, IDC_BAUD_RATE, reinterpret_cast<LPARAM>(&notification));
+        RemoveWindowSubclass(control, listen, 1);
+        EXPECT_EQ(Send(PageInFront(), WM_COMMAND, MAKEWPARAM(IDC_SETTINGS_GROUP, BN_CLICKED), 0), 0);
+    }});
+    EXPECT_EQ(heard.message, 0x2000U + WM_NOTIFY);
+    EXPECT_EQ(heard.code, 77U);
 }
 
 TEST_F(HandAndKeyboard, ABaudRateIsDigitsAndNothingElse) {

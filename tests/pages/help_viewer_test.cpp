@@ -62,17 +62,18 @@ TEST_F(HelpViewer, IsMissedOnceAndNotLookedForAgain) {
 }
 
 TEST_F(HelpViewer, IsLoadedFromTheSystemDirectoryAloneUnlessRegisteredWithItsPath) {
-    const auto load_of = [this](const char* registered, const char* expected, DWORD flags) {
+    const auto load_of = [this](const char* registered, const char* expected, DWORD flags,
+                                DWORD type = REG_SZ, std::uint64_t failing_query = 0) {
         InNewProcess([=, this] {
             if (registered) {
-                machine()
-                    .MakeKey(qxsim::ToWide(kViewerKey))
-                    ->Set({}, REG_SZ, qxsim::TextBytes(qxsim::ToWide(registered)));
-                machine()
-                    .MakeKey(qxsim::ToWide(std::string(kViewerKey).substr(17)), HKEY_CLASSES_ROOT)
-                    ->Set({}, REG_SZ, qxsim::TextBytes(qxsim::ToWide(registered)));
-                Desktop::The().SetLibraryPath(registered, "hhctrl.ocx");
+                for (const auto& key : {machine().MakeKey(qxsim::ToWide(kViewerKey)),
+                                        machine().MakeKey(qxsim::ToWide(std::string(kViewerKey).substr(17)),
+                                                          HKEY_CLASSES_ROOT)})
+                    key->Set({}, type, qxsim::TextBytes(qxsim::ToWide(registered)));
+                Desktop::The().SetLibraryPath(expected, "hhctrl.ocx");
             }
+            if (failing_query != 0)
+                instruments().Inject({.function = "RegQueryValueExW", .nth = failing_query});
             Ask();
             Ask();
             ASSERT_THAT(Loads(), testing::SizeIs(1));
@@ -84,7 +85,13 @@ TEST_F(HelpViewer, IsLoadedFromTheSystemDirectoryAloneUnlessRegisteredWithItsPat
     load_of(nullptr, "hhctrl.ocx", LOAD_LIBRARY_SEARCH_SYSTEM32);
     load_of("hhctrl.ocx", "hhctrl.ocx", LOAD_LIBRARY_SEARCH_SYSTEM32);
     load_of("viewer\\hhctrl.ocx", "hhctrl.ocx", LOAD_LIBRARY_SEARCH_SYSTEM32);
-    load_of("C:\\Windows\\System32\\hhctrl.ocx", "hhctrl.ocx", LOAD_WITH_ALTERED_SEARCH_PATH);
+    const char* const path = "C:\\Windows\\System32\\hhctrl.ocx";
+    load_of(path, path, LOAD_WITH_ALTERED_SEARCH_PATH);
+    load_of("%SystemRoot%\\System32\\hhctrl.ocx", path, LOAD_WITH_ALTERED_SEARCH_PATH, REG_EXPAND_SZ);
+    // What is no path, or cannot be read, is none.
+    load_of(path, "hhctrl.ocx", LOAD_LIBRARY_SEARCH_SYSTEM32, REG_BINARY);
+    load_of(path, "hhctrl.ocx", LOAD_LIBRARY_SEARCH_SYSTEM32, REG_SZ, 1);
+    load_of(path, "hhctrl.ocx", LOAD_LIBRARY_SEARCH_SYSTEM32, REG_SZ, 2);
 }
 
 TEST_F(HelpViewer, OpensTheTopicOfThePageAndOfThePortsKind) {

@@ -38,7 +38,7 @@ void VisitTest::SetUp() {
     Driver().settings["PortType"] = 1;
     Driver().settings["SupportedDuplexModes"] = 3;
     Driver().settings["DuplexMode"] = 1;
-    Driver().settings["FlowControl"] = Driver().defaults["FlowControl"] = 5;  // which it does not offer
+    Driver().defaults["FlowControl"] = 5;  // which it does not offer
     sound_ = machine().Clone();
 }
 
