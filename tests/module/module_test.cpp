@@ -94,7 +94,8 @@ TEST_F(Module, TellsFailuresAndKeepsTheLocale) {
 // it stays with the thread (or, once unloaded, at all).
 TEST_F(Module, RegistersTheControlsInItsOwnContextAtEachNotification) {
     qx::CQxUUIModule module;
-    for (const DWORD reason : {DLL_PROCESS_ATTACH, DLL_THREAD_ATTACH, DLL_THREAD_DETACH, DLL_PROCESS_DETACH})
+    for (const DWORD reason : std::initializer_list<DWORD>{DLL_PROCESS_ATTACH, DLL_THREAD_ATTACH,
+                                                           DLL_THREAD_DETACH, DLL_PROCESS_DETACH})
         module.OnLoadNotification(GetModuleHandleW(TEXT("QxUUI10.DLL")), reason);
     std::string steps;
     std::string context;
