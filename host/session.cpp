@@ -169,6 +169,7 @@ Device& Session::Named(const std::string& name) {
     if (part.size() == 1)
         return *part.front();
     std::vector<std::string> several;
+    several.reserve(part.size());
     for (const Device* each : part)
         several.push_back(ToUtf8(each->id));
     throw Failure(kUnknownDevice,
