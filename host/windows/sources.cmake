@@ -1,7 +1,6 @@
 # The Windows half of the host program: real dialogs over the simulated computer. The list of calls that the simulated
 # computer answers is read out of its sources, so that a call added there is redirected at once.
 file(GLOB services CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/platform/machine/*.cpp)
-list(FILTER services EXCLUDE REGEX "/native_[^/]*$")
 set(calls)
 foreach(service IN LISTS services)
   set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${service})

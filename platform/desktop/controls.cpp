@@ -1,8 +1,12 @@
 #include "platform/desktop/controls.h"
 
+#include "platform/machine/calls.h"
+
 #include <commctrl.h>
 
 namespace qxsim {
+
+QX_PLATFORM_CALL(InitCommonControlsEx);
 
 const std::vector<std::shared_ptr<const WindowClass>>& BuiltInClasses() {
     static const std::vector<std::shared_ptr<const WindowClass>> classes = [] {
@@ -23,6 +27,13 @@ const std::vector<std::shared_ptr<const WindowClass>>& BuiltInClasses() {
         return made;
     }();
     return classes;
+}
+
+BOOL InitCommonControlsEx(const INITCOMMONCONTROLSEX* which) {
+    Call call("InitCommonControlsEx", which ? which->dwICC : 0U);
+    if (call.Faulted() || !which || which->dwSize != sizeof(INITCOMMONCONTROLSEX))
+        return call.Fail(call.FaultError(ERROR_INVALID_PARAMETER));
+    return call.Return(TRUE);
 }
 
 }  // namespace qxsim

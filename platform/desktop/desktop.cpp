@@ -5,7 +5,7 @@
 #include "platform/desktop/help_and_shell.h"
 #include "platform/desktop/message_box.h"
 #include "platform/desktop/modal_loop.h"
-#include "platform/desktop/modules.h"
+#include "platform/process/modules.h"
 #include "platform/desktop/property_sheet.h"
 #include "platform/desktop/subclassing.h"
 #include "platform/desktop/window.h"

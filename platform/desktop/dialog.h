@@ -1,7 +1,7 @@
 // Dialogs made from the templates of a resource script.
 #pragma once
 
-#include "platform/desktop/modules.h"
+#include "platform/process/modules.h"
 #include "platform/desktop/window.h"
 
 #include <optional>

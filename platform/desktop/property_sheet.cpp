@@ -1,6 +1,6 @@
 #include "platform/desktop/property_sheet.h"
 
-#include "platform/desktop/activation_context.h"
+#include "platform/process/activation_context.h"
 #include "platform/desktop/controls.h"
 #include "platform/desktop/dialog.h"
 #include "platform/desktop/modal_loop.h"

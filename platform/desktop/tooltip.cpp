@@ -1,6 +1,6 @@
 // Tooltips.
 #include "platform/desktop/controls.h"
-#include "platform/desktop/modules.h"
+#include "platform/process/modules.h"
 
 #include <commctrl.h>
 

@@ -1,6 +1,6 @@
 #include "platform/desktop/window.h"
 
-#include "platform/desktop/activation_context.h"
+#include "platform/process/activation_context.h"
 #include "platform/desktop/controls.h"
 #include "platform/desktop/drawing.h"
 

@@ -1,7 +1,7 @@
 // What the operating system's loader does for a library: makes its handle, file name and resources known, and
 // tells it of its loading and unloading. Linked into the library itself, and into test programs that carry
 // its code.
-#include "platform/desktop/modules.h"
+#include "platform/process/modules.h"
 
 extern "C" {
 extern const std::byte qx_resources_begin[] __attribute__((visibility("hidden")));

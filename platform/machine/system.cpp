@@ -1,4 +1,4 @@
-// The system's version.
+// The system's version and folder.
 #include "platform/machine/machine_internal.h"
 
 #include <cstddef>
@@ -6,6 +6,7 @@
 namespace qxsim {
 
 QX_PLATFORM_CALL(GetVersionExW);
+QX_PLATFORM_CALL(GetSystemDirectoryW);
 
 BOOL WINAPI GetVersionExW(LPOSVERSIONINFOW version) {
     Call call("GetVersionExW", version != nullptr ? version->dwOSVersionInfoSize : 0);
@@ -26,6 +27,17 @@ BOOL WINAPI GetVersionExW(LPOSVERSIONINFOW version) {
     answer.wProductType = VER_NT_WORKSTATION;
     CopyOut(version, &answer, size);
     return call.Return(TRUE);
+}
+
+UINT WINAPI GetSystemDirectoryW(LPWSTR buffer, UINT size) {
+    Call call("GetSystemDirectoryW", size);
+    if (call.Faulted())
+        return call.Fail(call.FaultError(ERROR_NOT_ENOUGH_MEMORY), UINT{0});
+    const WideString& path = Machine::Current().system_directory;
+    if (buffer == nullptr || size < path.size() + 1)  // the size that would do, which counts the NUL
+        return call.Return(static_cast<UINT>(path.size() + 1));
+    CopyOut(buffer, path.c_str(), (path.size() + 1) * sizeof(WCHAR));
+    return call.Return(static_cast<UINT>(path.size()));
 }
 
 }  // namespace qxsim

@@ -1,8 +1,7 @@
-#include "platform/desktop/locale_and_types.h"
-
-#include "platform/desktop/modules.h"
-#include "platform/desktop/window.h"
+// The registration of type libraries.
+#include "platform/machine/calls.h"
 #include "platform/machine/machine.h"
+#include "platform/process/modules.h"
 
 #include <array>
 #include <atomic>
@@ -10,12 +9,15 @@
 #include <cstring>
 #include <optional>
 
+#include <oleauto.h>
+
 namespace qxsim {
 
-namespace {
+QX_PLATFORM_CALL(LoadTypeLib);
+QX_PLATFORM_CALL(RegisterTypeLib);
+QX_PLATFORM_CALL(UnRegisterTypeLib);
 
-constexpr LCID kEnglish = 0x0409;
-thread_local LCID thread_locale = kEnglish;
+namespace {
 
 struct LibraryFacts {
     GUID id{};
@@ -126,19 +128,6 @@ HRESULT Load(Call& call, const OLECHAR* file, ITypeLib** result) {
 
 }  // namespace
 
-LCID GetThreadLocale() {
-    Call call = Call::Infallible("GetThreadLocale");
-    return call.Return(thread_locale);
-}
-
-BOOL SetThreadLocale(LCID locale) {
-    Call call("SetThreadLocale", locale);
-    if (call.Faulted())
-        return call.Fail(call.FaultError(ERROR_INVALID_PARAMETER));
-    thread_locale = locale;
-    return call.Return(TRUE);
-}
-
 HRESULT LoadTypeLib(const OLECHAR* file, ITypeLib** result) {
     Call call("LoadTypeLib", file);
     return Load(call, file, result);
@@ -177,23 +166,6 @@ HRESULT UnRegisterTypeLib(REFGUID id, WORD major, WORD minor, LCID locale, SYSKI
     if (const auto left = machine.FindKey(versions); left && left->subkeys.empty())
         machine.DeleteKey(versions);
     return call.Return(S_OK);
-}
-
-BOOL InitCommonControlsEx(const INITCOMMONCONTROLSEX* which) {
-    Call call("InitCommonControlsEx", which ? which->dwICC : 0U);
-    if (call.Faulted() || !which || which->dwSize != sizeof(INITCOMMONCONTROLSEX))
-        return call.Fail(call.FaultError(ERROR_INVALID_PARAMETER));
-    return call.Return(TRUE);
-}
-
-DWORD GetCurrentThreadId() {
-    Call call = Call::Infallible("GetCurrentThreadId");
-    return call.Return(ThreadNumber());
-}
-
-DWORD GetCurrentProcessId() {
-    Call call = Call::Infallible("GetCurrentProcessId");
-    return call.Return(DWORD{CurrentSimulatedProcess()});
 }
 
 }  // namespace qxsim

@@ -1,6 +1,6 @@
-#include "platform/desktop/activation_context.h"
+#include "platform/process/activation_context.h"
 
-#include "platform/desktop/modules.h"
+#include "platform/process/modules.h"
 
 #include <set>
 #include <string>

@@ -6,7 +6,6 @@
 namespace qxsim {
 
 QX_PLATFORM_CALL(CreateProcessW);
-QX_PLATFORM_CALL(GetSystemDirectoryW);
 
 namespace {
 
@@ -74,17 +73,6 @@ BOOL WINAPI CreateProcessW(LPCWSTR application, LPWSTR command_line, LPSECURITY_
     information->dwProcessId = started.process_id;
     information->dwThreadId = started.process_id + 4;
     return call.Return(TRUE);
-}
-
-UINT WINAPI GetSystemDirectoryW(LPWSTR buffer, UINT size) {
-    Call call("GetSystemDirectoryW", size);
-    if (call.Faulted())
-        return call.Fail(call.FaultError(ERROR_NOT_ENOUGH_MEMORY), UINT{0});
-    const WideString& path = Machine::Current().system_directory;
-    if (buffer == nullptr || size < path.size() + 1)  // the size that would do, which counts the NUL
-        return call.Return(static_cast<UINT>(path.size() + 1));
-    CopyOut(buffer, path.c_str(), (path.size() + 1) * sizeof(WCHAR));
-    return call.Return(static_cast<UINT>(path.size()));
 }
 
 }  // namespace qxsim

@@ -1,4 +1,4 @@
-// Letter case and single-byte text, where no system provides them.
+// Letter case, single-byte text, and environment variables in texts.
 #include "platform/machine/machine_internal.h"
 
 #include <algorithm>
@@ -10,6 +10,7 @@ QX_PLATFORM_CALL(CharUpperW);
 QX_PLATFORM_CALL(CharLowerW);
 QX_PLATFORM_CALL(MultiByteToWideChar);
 QX_PLATFORM_CALL(WideCharToMultiByte);
+QX_PLATFORM_CALL(ExpandEnvironmentStringsW);
 
 namespace {
 
@@ -119,6 +120,24 @@ int WINAPI WideCharToMultiByte(UINT code_page, DWORD flags, LPCWSTR text, int le
     if (used_substitute != nullptr)
         *used_substitute = lost_any ? TRUE : FALSE;
     return Answer(call, bytes, buffer, room);
+}
+
+DWORD WINAPI ExpandEnvironmentStringsW(LPCWSTR source, LPWSTR buffer, DWORD size) {
+    Call call("ExpandEnvironmentStringsW", source, size);
+    if (call.Faulted())
+        return call.Fail(call.FaultError(ERROR_NOT_ENOUGH_MEMORY), DWORD{0});
+    const WideString root = ToWide("C:\\Windows");
+    WideString text(source);
+    for (const char* name : {"%SystemRoot%", "%windir%"}) {
+        const WideString wanted = ToWide(name);
+        for (std::size_t at = 0; at + wanted.size() <= text.size(); ++at) {
+            if (EqualsCaseless(WideView(text).substr(at, wanted.size()), wanted))
+                text.replace(at, wanted.size(), root);
+        }
+    }
+    if (buffer != nullptr && size >= text.size() + 1)
+        CopyOut(buffer, text.c_str(), (text.size() + 1) * sizeof(WCHAR));
+    return call.Return(static_cast<DWORD>(text.size() + 1));
 }
 
 }  // namespace qxsim

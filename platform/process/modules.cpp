@@ -1,4 +1,4 @@
-#include "platform/desktop/modules.h"
+#include "platform/process/modules.h"
 
 #include "platform/desktop/window.h"
 
