@@ -35,6 +35,16 @@ bool Real(const Device& device) {
     return device.node > qxsim::Machine::kRoot && !device.removed;
 }
 
+Device& TheOne(const std::vector<Device*>& found, const std::string& name) {
+    if (found.size() == 1)
+        return *found.front();
+    std::vector<std::string> ids;
+    ids.reserve(found.size());
+    for (const Device* each : found)
+        ids.push_back(ToUtf8(each->id));
+    throw Failure(kUnknownDevice, "\"" + name + "\" can mean " + Listed(ids));
+}
+
 }  // namespace
 
 Session::Session(std::filesystem::path file) : file_(std::move(file)) {
@@ -122,20 +132,23 @@ Device& Session::Port(const std::string& name) {
         const std::string port_name = machine_->NamesOf(*each).port_name;
         if (!port_name.empty())
             known.push_back(port_name);
-        // On a computer two devices can have one name; the one that runs is meant.
         if (Upper(port_name) == Upper(name))
-            found.insert(each->started ? found.begin() : found.end(), machine_->Node(each->node));
+            found.push_back(machine_->Node(each->node));
     }
     if (found.empty())
         throw Failure(kUnknownDevice,
                       "there is no port " + name + " on this machine; its ports are " + Listed(known));
-    return *found.front();
+    return TheOne(found, name);
 }
 
 Device& Session::Named(const std::string& name) {
     if (name.empty())
         throw Failure(kBadUse, kNoName);
     const std::string wanted = Upper(name);
+    // COM2 is not the beginning of COM20.
+    const bool may_be_part =
+        !wanted.starts_with("COM") || wanted.find_first_not_of("0123456789", 3) != std::string::npos;
+    std::vector<Device*> whole;
     std::vector<Device*> part;
     std::vector<std::string> ids;
     ids.reserve(machine_->devices.size());
@@ -147,34 +160,31 @@ Device& Session::Named(const std::string& name) {
         const std::string friendly = machine_->PropertyText(each, SPDRP_FRIENDLYNAME);
         const std::string description = machine_->PropertyText(each, SPDRP_DEVICEDESC);
         const std::string com = machine_->IsPort(each) ? machine_->NamesOf(each).port_name : std::string();
-        if (Upper(id) == wanted || Upper(friendly) == wanted || (!com.empty() && Upper(com) == wanted))
+        if (Upper(id) == wanted)
             return each;
-        for (const std::string& text : {id, friendly, description})
-            if (Upper(text).find(wanted) != std::string::npos) {
-                part.push_back(&each);
-                break;
-            }
+        const auto has_part = [&](const std::string& text) {
+            return Upper(text).find(wanted) != std::string::npos;
+        };
+        if (Upper(friendly) == wanted || Upper(com) == wanted)
+            whole.push_back(&each);
+        else if (may_be_part && (has_part(id) || has_part(friendly) || has_part(description)))
+            part.push_back(&each);
     }
+    if (!whole.empty())
+        return TheOne(whole, name);
+    if (part.empty())
+        throw Failure(kUnknownDevice,
+                      "there is no device \"" + name + "\" on this machine; it has " + Listed(ids));
     // A device's id is often part of the ids below it: the adapter is meant, not its ports.
-    if (part.size() > 1) {
-        const bool all_below = std::all_of(part.begin() + 1, part.end(), [&](const Device* device) {
-            for (const Device* up = device; up != nullptr; up = machine_->Node(up->parent))
-                if (up == part.front())
-                    return true;
-            return false;
-        });
-        if (all_below)
-            part.resize(1);
-    }
-    if (part.size() == 1)
-        return *part.front();
-    std::vector<std::string> several;
-    several.reserve(part.size());
-    for (const Device* each : part)
-        several.push_back(ToUtf8(each->id));
-    throw Failure(kUnknownDevice,
-                  part.empty() ? "there is no device \"" + name + "\" on this machine; it has " + Listed(ids)
-                               : "\"" + name + "\" can mean " + Listed(several));
+    const bool all_below = std::all_of(part.begin() + 1, part.end(), [&](const Device* device) {
+        for (const Device* up = device; up != nullptr; up = machine_->Node(up->parent))
+            if (up == part.front())
+                return true;
+        return false;
+    });
+    if (all_below)
+        part.resize(1);
+    return TheOne(part, name);
 }
 
 HandedDevice Session::Hand(const Device& device) {

@@ -39,9 +39,11 @@ class Session {
 
     // The computer's ports by COM number; those without one come last.
     [[nodiscard]] std::vector<const qxsim::Device*> PortsInOrder() const;
-    // The port that a COM name means. Throws Failure with the names there are.
+    // The port that a COM name means. Throws Failure with the names there are, or with the ids of the ports
+    // that share the name.
     [[nodiscard]] qxsim::Device& Port(const std::string& name);
-    // The device that an instance id, a friendly name, or a part of either that fits no other device means.
+    // The device that an instance id, a COM name, a friendly name, or a part of an id or of a name that fits
+    // no other device means. Throws Failure when there is none, or several.
     [[nodiscard]] qxsim::Device& Named(const std::string& name);
     [[nodiscard]] HandedDevice Hand(const qxsim::Device& device);
 

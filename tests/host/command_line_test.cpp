@@ -232,6 +232,28 @@ TEST_F(CommandLine, RemovesAPortAndGivesItsNumberBack) {
     EXPECT_EQ(Host("usb-four-port.json names").code, 0);
 }
 
+TEST_F(CommandLine, MeansOneDeviceOrNone) {
+    Write("names.json", R"({"devices": [{"id": "USB\\VID_0F7A&PID_1102\\QX1", "class": "USB", "children": [
+        {"id": "QXUSB\\PORT_1102\\1", "port": "COM20"}, {"id": "QXUSB\\PORT_1102\\2", "port": "COM7"},
+        {"id": "QXUSB\\PORT_1102\\3", "port": "COM7"}]}]})");
+    const std::string before = Read("names.json");
+    const std::vector<Case> cases{
+        // A COM name is no part of a longer one.
+        {"names.json remove COM2", 4, {"there is no device \"COM2\""}},
+        {"names.json remove com7", 4, {"PORT_1102\\2", "PORT_1102\\3"}},
+        {"names.json settings COM7", 4, {"PORT_1102\\2", "PORT_1102\\3"}},
+        {"names.json remove PORT_1102", 4, {"PORT_1102\\1", "PORT_1102\\3"}},
+    };
+    for (const Case& each : cases) {
+        const Outcome outcome = Host(each.arguments);
+        EXPECT_EQ(outcome.code, each.code) << each.arguments << '\n' << outcome.out;
+        for (const std::string& part : each.says)
+            EXPECT_THAT(outcome.out, HasSubstr(part)) << each.arguments;
+    }
+    EXPECT_EQ(Read("names.json"), before);
+    EXPECT_EQ(Host("names.json remove COM20").code, 1);  // the other two still share a name
+}
+
 TEST_F(CommandLine, PlaysTheInstallerForEveryKindOfDevice) {
     const std::vector<Case> cases{
         // The serial function goes with the GPIO function, and its ports give their numbers back.
