@@ -101,6 +101,7 @@ int ShowProperties(const MachineOptions& options, const PropertiesOptions& prope
                       "--wait: nobody can sit in front of the simulated desktop; use --do or --script");
     if (options.trace)
         session.TraceCalls();
+    const std::string before = session.Machine().ToJson();
 
     Watcher watcher(*desk, properties);
     User user(script.steps, *desk,
@@ -129,7 +130,7 @@ int ShowProperties(const MachineOptions& options, const PropertiesOptions& prope
         user.WindowsClosed();
     if (!user.Failure().empty())
         throw Failure(kNotAsItShould, "the script stopped; nothing was stored. " + user.Failure());
-    if (scripted || properties.wait)
+    if (session.Machine().ToJson() != before)
         session.Store();
     return kDone;
 }

@@ -307,6 +307,7 @@ TEST_F(CommandLine, ShowsThePageAndStoresOnlyWhatWasConfirmed) {
     const Outcome cancelled =
         Host("usb-four-port.json properties COM6 --do 'check \"Override\" 1; press Cancel'");
     EXPECT_EQ(cancelled.code, 0) << cancelled.out;
+    EXPECT_EQ(Read("usb-four-port.json"), before);
     EXPECT_EQ(Value(Settings("COM6"), "OverridBaudRates"), 0U);
     for (const char* const unfinished : {"check \"Override\" 1", "check \"Override\" 1; press OK; press OK",
                                          "check \"Overwrite\" 1; press OK"}) {
