@@ -30,11 +30,12 @@ extern "C" QX_EXPORT BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, LPVOID)
     return TRUE;
 }
 
-extern "C" QX_EXPORT HRESULT WINAPI DllCanUnloadNow() {
-    return g_module.IsLocked() ? S_FALSE : S_OK;
+extern "C" QX_EXPORT HRESULT WINAPI DllCanUnloadNow() noexcept {
+    // Nothing locks the module: it serves no objects.
+    return S_OK;
 }
 
-extern "C" QX_EXPORT HRESULT WINAPI DllGetClassObject(REFCLSID, REFIID, LPVOID* object) {
+extern "C" QX_EXPORT HRESULT WINAPI DllGetClassObject(REFCLSID, REFIID, LPVOID* object) noexcept {
     if (!object)
         return E_POINTER;
     *object = nullptr;

@@ -81,14 +81,14 @@ Text WithTypeLibraryExtension(const Text& path) {
     return Text(has_extension ? view.substr(0, dot) : view) + Text(TEXT(".tlb"));
 }
 
-}  // namespace
+constexpr GUID kTypeLibraryId = GuidOf(QX_TEXT_OF_VALUE(QX_TYPE_LIBRARY_ID));
 
-const GUID kTypeLibraryId = GuidOf(QX_TEXT_OF_VALUE(QX_TYPE_LIBRARY_ID));
+}  // namespace
 
 HRESULT RegisterModuleTypeLibrary() {
     Text path = ModulePath();
     if (path.empty()) {
-        // No error code would make a success of it.
+        // HRESULT_FROM_WIN32(NO_ERROR) is S_OK, so a failure without an error code needs one of its own.
         const DWORD error = GetLastError();
         return error != NO_ERROR ? HRESULT_FROM_WIN32(error) : E_UNEXPECTED;
     }

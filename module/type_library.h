@@ -5,9 +5,6 @@
 
 namespace qx {
 
-// The identifier of the type library QxUUILib.
-extern const GUID kTypeLibraryId;
-
 // Registers the type library that the module carries, for the whole machine; when the module's own cannot be
 // loaded, the one in the file of the same path with the extension ".tlb". Results are the platform's.
 [[nodiscard]] HRESULT RegisterModuleTypeLibrary();
