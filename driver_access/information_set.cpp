@@ -4,7 +4,6 @@
 #include <array>
 #include <bit>
 #include <cstring>
-#include <cuchar>
 #include <cwchar>
 #include <limits>
 #include <new>
@@ -246,31 +245,30 @@ bool ConvertByCodePage(const StringPlace& place, NarrowConversion& result) noexc
     return true;
 }
 
-// By the C library's multibyte conversion, for strings that are delimited by their length alone. mbrtoc16 is
-// taken to go by the process's locale, as it does in glibc and over msvcrt, the runtime of the Windows build.
-// Microsoft's newer runtime makes it read UTF-8 in every locale: a build for that one needs mbrtowc here.
+// By the C library's multibyte conversion in the process's locale, for strings that are delimited by their
+// length alone. Through wide characters: conversion to char16_t goes by the locale in some runtimes, and
+// reads UTF-8 in every locale in others.
 bool ConvertByLocale(const StringPlace& place, NarrowConversion& result) noexcept {
-    constexpr auto kFromPreviousByte = static_cast<std::size_t>(-3);
     std::mbstate_t state{};
     const char* at = reinterpret_cast<const char*>(place.characters);
     std::size_t left = place.length;
     result.length = 0;
     while (left != 0) {
-        char16_t unit = 0;
-        const std::size_t used = std::mbrtoc16(&unit, at, left, &state);
-        if (result.length == result.units.size() || (used > left && used != kFromPreviousByte))
+        wchar_t wide = 0;
+        const std::size_t used = std::mbrtowc(&wide, at, left, &state);
+        if (used > left)
             return false;
-        result.units[result.length++] = static_cast<WCHAR>(unit);
-        if (used != kFromPreviousByte) {
-            at += used;
-            left -= used;
+        at += used;
+        left -= used;
+        auto character = static_cast<char32_t>(wide);
+        // Where wide characters are whole characters, those beyond the basic plane become two units.
+        if (character > 0xFFFF) {
+            character -= 0x10000;
+            result.units[result.length++] = static_cast<WCHAR>(0xD800 + (character >> 10));
+            character = 0xDC00 + (character & 0x3FF);
         }
+        result.units[result.length++] = static_cast<WCHAR>(character);
     }
-    // A character beyond the basic plane that ends the string has its second unit still to come.
-    char16_t unit = 0;
-    if (std::mbsinit(&state) == 0 && result.length != result.units.size() &&
-        std::mbrtoc16(&unit, at, 0, &state) == kFromPreviousByte)
-        result.units[result.length++] = static_cast<WCHAR>(unit);
     return true;
 }
 

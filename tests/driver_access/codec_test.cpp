@@ -5,6 +5,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <clocale>
 #include <string>
 #include <vector>
 
@@ -252,6 +253,22 @@ TEST(Codec, LengthsThatLieFail) {
         EXPECT_EQ(text, c.good ? c.text : "old") << c.what;
         EXPECT_EQ(name.status, 0) << c.what << ": the bytes were never converted";
     }
+}
+
+// A string without terminator is read by the C library in the process's locale: UTF-8 where there is one of
+// that name, and over the C runtime of Windows byte by byte.
+TEST(Codec, StringsDelimitedByTheirLengthFollowTheLocale) {
+    const bool utf8 = std::setlocale(LC_CTYPE, "C.UTF-8") != nullptr;
+    CSsInformationSet set;
+    StringHolder name;
+    RegisteredDefault none;
+    ASSERT_TRUE(set.AddElement(TEXT("Name"), &name, qx::kStringElement, none));
+    EXPECT_TRUE(Decode(set, {7, 0, 0, 0, 'e', 0xC3, 0xA9, 0xF0, 0x9F, 0x98, 0x80}, nullptr, 2));
+    const std::basic_string<WCHAR> bytes{'e', 0xC3, 0xA9, 0xF0, 0x9F, 0x98, 0x80};
+    const std::basic_string<WCHAR> characters{'e', 0xE9, 0xD83D, 0xDE00};
+    EXPECT_TRUE(name.text.view() == (utf8 ? characters : bytes));
+    EXPECT_EQ(Decode(set, {1, 0, 0, 0, 0xC3}, nullptr, 2), !utf8) << "half a character";
+    std::setlocale(LC_CTYPE, "C");
 }
 
 TEST(Codec, WideTerminatorIsAWholeUnit) {
