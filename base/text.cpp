@@ -101,9 +101,8 @@ int ParseDecimal(TextView text) noexcept {
     return static_cast<int>(value < kLimit ? value : kLimit - 1);
 }
 
-int ComNumberOf(const Text& name) noexcept {
-    const TextView text = name.view();
-    return ParseDecimal(text.substr(text.size() < 3 ? text.size() : 3));
+int ComNumberOf(TextView name) noexcept {
+    return ParseDecimal(name.substr(name.size() < 3 ? name.size() : 3));
 }
 
 Text ComNameOf(unsigned number) {
@@ -159,12 +158,7 @@ Text ReplaceAll(const Text& text, const Text& old, const Text& replacement) {
     if (old.empty() || !text.Contains(old.view()))
         return text;
     std::basic_string<WCHAR> out;
-    TextView rest = text.view();
-    for (std::size_t at = rest.find(old.view()); at != TextView::npos; at = rest.find(old.view())) {
-        out.append(rest.substr(0, at)).append(replacement.view());
-        rest.remove_prefix(at + old.length());
-    }
-    out.append(rest);
+    ReplaceEach(text, old, replacement, [&](TextView piece) { out.append(piece); });
     return Text(TextView(out));
 }
 

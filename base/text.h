@@ -3,6 +3,8 @@
 
 #include <windows.h>
 
+#include <algorithm>
+#include <array>
 #include <concepts>
 #include <cstddef>
 #include <initializer_list>
@@ -34,6 +36,7 @@ class Text {
 
     [[nodiscard]] const WCHAR* c_str() const noexcept;
     [[nodiscard]] TextView view() const noexcept;
+    operator TextView() const noexcept { return view(); }  // NOLINT(google-explicit-constructor)
     // Units without the terminating NUL.
     [[nodiscard]] std::size_t length() const noexcept { return view().size(); }
     [[nodiscard]] bool empty() const noexcept { return view().empty(); }
@@ -55,6 +58,42 @@ class Text {
     std::shared_ptr<const Storage> text_;  // none for the empty text
 };
 
+// A text of at most `Capacity` units, in place. For what the platform hands over within a known length, and
+// for steps that must not stop in the middle because memory ran out: nothing here allocates.
+template <std::size_t Capacity>
+class FixedText {
+  public:
+    static constexpr std::size_t kCapacity = Capacity;
+
+    FixedText() noexcept = default;
+
+    // Where the platform writes, `Capacity` units. The text ends at the first NUL that it leaves there.
+    [[nodiscard]] WCHAR* Buffer() noexcept { return units_.data(); }
+
+    [[nodiscard]] const WCHAR* c_str() const noexcept { return units_.data(); }
+    [[nodiscard]] TextView view() const noexcept { return TextView(units_.data()); }
+    operator TextView() const noexcept { return view(); }  // NOLINT(google-explicit-constructor)
+    // Bytes including the terminating NUL.
+    [[nodiscard]] DWORD SizeInBytes() const noexcept {
+        return static_cast<DWORD>((view().size() + 1) * sizeof(WCHAR));
+    }
+
+    // Adds as much of `more` as fits.
+    void Append(TextView more) noexcept {
+        const std::size_t length = view().size();
+        std::ranges::copy(more.substr(0, Capacity - length), units_.begin() + length);
+    }
+    // Keeps the first `length` units.
+    void Truncate(std::size_t length) noexcept {
+        std::ranges::fill(units_.begin() + length, units_.end(), 0);
+    }
+
+    friend bool operator==(const FixedText& a, TextView b) noexcept { return a.view() == b; }
+
+  private:
+    std::array<WCHAR, Capacity + 1> units_{};  // the last one stays NUL
+};
+
 // The number at the start of `text`, as the C library's decimal conversion reads it: leading white space and
 // one sign are accepted, digits count up to the first other character, no digits give 0. A number that does
 // not fit is held at the nearest end of the range of int.
@@ -62,7 +101,7 @@ class Text {
 
 // The COM number of a COM name: its first three characters are dropped, whatever they are, and the rest is
 // read by ParseDecimal. "COM12" gives 12, "LPT7" gives 7, "COM" and "" give 0.
-[[nodiscard]] int ComNumberOf(const Text& name) noexcept;
+[[nodiscard]] int ComNumberOf(TextView name) noexcept;
 
 // "COM" followed by the number.
 [[nodiscard]] Text ComNameOf(unsigned number);
@@ -99,6 +138,19 @@ class FormatArgument {
 template <typename... Arguments>
 [[nodiscard]] Text Format(const WCHAR* format, const Arguments&... arguments) {
     return FormatWith(TextView(format), {FormatArgument(arguments)...});
+}
+
+// Calls `append` with the pieces of `text` in turn, `replacement` in place of every occurrence of `old`, left
+// to right and without overlaps. An empty `old` replaces nothing.
+template <typename Append>
+void ReplaceEach(TextView text, TextView old, TextView replacement, Append append) {
+    for (std::size_t at = old.empty() ? TextView::npos : text.find(old); at != TextView::npos;
+         at = text.find(old)) {
+        append(text.substr(0, at));
+        append(replacement);
+        text.remove_prefix(at + old.size());
+    }
+    append(text);
 }
 
 // `text` with every occurrence of `old` replaced, left to right and without overlaps. An empty `old` replaces

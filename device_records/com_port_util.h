@@ -13,15 +13,14 @@ class CCOMPortUtil : public CQXDeviceRegInfo, public CPortUtil {
   public:
     using CQXDeviceRegInfo::CQXDeviceRegInfo;
     ~CCOMPortUtil() override = default;
-    CCOMPortUtil(const CCOMPortUtil&) = default;
-    CCOMPortUtil& operator=(const CCOMPortUtil&) = default;
 
     // Gives the port the COM name `new_name` everywhere the operating system records one. `owner` is the
     // window that questions belong to; with `confirm_if_open` the user is asked before a port is renamed that
     // a program holds open; with `reenumerate` the whole device tree is looked at again.
-    [[nodiscard]] bool RenameComPort(Text new_name, HWND owner, bool confirm_if_open, bool reenumerate);
+    [[nodiscard]] bool RenameComPort(Text new_name, HWND owner, bool confirm_if_open,
+                                     bool reenumerate) noexcept;
     // Drops the port's DOS device name and gives its COM number back, when the port is removed.
-    [[nodiscard]] bool RemoveDosDeviceName();
+    [[nodiscard]] bool RemoveDosDeviceName() noexcept;
 };
 
 }  // namespace qx

@@ -1,10 +1,7 @@
 #include "device_records/device_reg_info.h"
 
-#include "base/handles.h"
-
 #include <algorithm>
-#include <array>
-#include <cstring>
+#include <cstddef>
 #include <new>
 
 namespace qx {
@@ -23,30 +20,40 @@ constexpr bool IsTextType(DWORD registry_type) noexcept {
 
 }  // namespace
 
-bool CQXDeviceRegInfo::GetPropertyString(DWORD property, Text& out) const noexcept {
-    LocalMemory buffer;
+bool CQXDeviceRegInfo::ReadProperty(DWORD property, PropertyText& out) const noexcept {
+    LocalMemory& memory = out.memory;
     DWORD size = 0;
     DWORD required = 0;
     DWORD type = REG_NONE;
     // The property can grow between two calls, so the size is asked for until it holds.
     while (!SetupDiGetDeviceRegistryPropertyW(device_set_, &element_, property, &type,
-                                              static_cast<BYTE*>(buffer.Get()), size, &required)) {
+                                              static_cast<BYTE*>(memory.Get()), size, &required)) {
         const DWORD error = GetLastError();
-        buffer.Reset();
-        // Asking again with the same size would not end the search. A buffer that could not be had ends it
-        // here as well: the size was right.
+        memory.Reset();
+        // Asking again with the same size would not end the search. A failed allocation ends here as well,
+        // because `required` no longer exceeds `size`.
         if (error != ERROR_INSUFFICIENT_BUFFER || required <= size)
             return false;
         size = required;
-        buffer.Reset(LocalAlloc(LPTR, size));
+        memory.Reset(LocalAlloc(LPTR, size));
     }
     if (!IsTextType(type))
         return false;
 
     // Drivers' installation data are not always terminated, and an empty property needs no buffer.
-    const std::size_t units = buffer ? std::min(size, required) / sizeof(WCHAR) : 0;
+    const std::size_t units = memory ? std::min(size, required) / sizeof(WCHAR) : 0;
+    if (units != 0)
+        out.text = TextView(static_cast<const WCHAR*>(memory.Get()), units);
+    out.text = out.text.substr(0, out.text.find(WCHAR{0}));
+    return true;
+}
+
+bool CQXDeviceRegInfo::GetPropertyString(DWORD property, Text& out) const noexcept {
+    PropertyText read;
+    if (!ReadProperty(property, read))
+        return false;
     try {
-        out = units == 0 ? Text() : Text::FromBuffer(static_cast<const WCHAR*>(buffer.Get()), units);
+        out = Text(read.text);
     } catch (const std::bad_alloc&) {
         return false;
     }
@@ -65,40 +72,60 @@ bool CQXDeviceRegInfo::GetFriendlyName(Text& out) const noexcept {
     return GetPropertyString(SPDRP_FRIENDLYNAME, out);
 }
 
-bool CQXDeviceRegInfo::SetFriendlyName(Text name) const noexcept {
-    const DWORD size = name.SizeInBytes();
-    const LocalMemory buffer(LocalAlloc(LPTR, std::size_t{size} + 1));
+bool CQXDeviceRegInfo::WriteFriendlyName(TextView name, TextView old, TextView replacement) const noexcept {
+    std::size_t length = 0;
+    ReplaceEach(name, old, replacement, [&](TextView piece) { length += piece.size(); });
+    const std::size_t size = (length + 1) * sizeof(WCHAR);
+    const LocalMemory buffer(LocalAlloc(LPTR, size + 1));
     if (!buffer)
         return false;
-    std::memcpy(buffer.Get(), name.c_str(), size);
+    auto* end = static_cast<WCHAR*>(buffer.Get());
+    ReplaceEach(name, old, replacement,
+                [&](TextView piece) { end = std::copy(piece.begin(), piece.end(), end); });
     return SetupDiSetDeviceRegistryPropertyW(device_set_, &element_, SPDRP_FRIENDLYNAME,
-                                             static_cast<const BYTE*>(buffer.Get()), size) != FALSE;
+                                             static_cast<const BYTE*>(buffer.Get()),
+                                             static_cast<DWORD>(size)) != FALSE;
 }
 
-bool CQXDeviceRegInfo::GetDeviceString(Text value_name, Text& out) const noexcept {
-    std::array<WCHAR, 150> buffer{};
-    {
-        const HardwareKey key = OpenHardwareKey(device_set_, element_, GENERIC_READ);
-        if (!key)
-            return false;
-        DWORD size = sizeof buffer;
-        if (RegQueryValueExW(key.Get(), value_name.c_str(), nullptr, nullptr,
-                             reinterpret_cast<BYTE*>(buffer.data()), &size) != ERROR_SUCCESS)
-            return false;
-    }
+bool CQXDeviceRegInfo::SetFriendlyName(Text name) const noexcept {
+    return WriteFriendlyName(name, {}, {});
+}
+
+bool CQXDeviceRegInfo::ReplaceInFriendlyName(TextView old, TextView replacement) const noexcept {
+    PropertyText read;
+    return ReadProperty(SPDRP_FRIENDLYNAME, read) && WriteFriendlyName(read.text, old, replacement);
+}
+
+bool CQXDeviceRegInfo::GetDeviceString(const WCHAR* value_name, DeviceString& out) const noexcept {
+    const HardwareKey key = OpenHardwareKey(device_set_, element_, GENERIC_READ);
+    if (!key)
+        return false;
+    DeviceString read;
+    DWORD size = DeviceString::kCapacity * sizeof(WCHAR);
+    if (RegQueryValueExW(key.Get(), value_name, nullptr, nullptr, reinterpret_cast<BYTE*>(read.Buffer()),
+                         &size) != ERROR_SUCCESS)
+        return false;
+    out = read;
+    return true;
+}
+
+bool CQXDeviceRegInfo::GetDeviceString(const WCHAR* value_name, Text& out) const noexcept {
+    DeviceString read;
+    if (!GetDeviceString(value_name, read))
+        return false;
     try {
-        out = Text::FromBuffer(buffer.data(), buffer.size());
+        out = Text(read.view());
     } catch (const std::bad_alloc&) {
         return false;
     }
     return true;
 }
 
-bool CQXDeviceRegInfo::SetDeviceString(Text value_name, Text text) const noexcept {
+bool CQXDeviceRegInfo::SetDeviceString(const WCHAR* value_name, const Text& text) const noexcept {
     const HardwareKey key = OpenHardwareKey(device_set_, element_, GENERIC_WRITE);
     return key &&
-           RegSetValueExW(key.Get(), value_name.c_str(), 0, REG_SZ,
-                          reinterpret_cast<const BYTE*>(text.c_str()), text.SizeInBytes()) == ERROR_SUCCESS;
+           RegSetValueExW(key.Get(), value_name, 0, REG_SZ, reinterpret_cast<const BYTE*>(text.c_str()),
+                          text.SizeInBytes()) == ERROR_SUCCESS;
 }
 
 }  // namespace qx

@@ -1,11 +1,15 @@
 // The registry record of one device: its registry properties and the values of its hardware key.
 #pragma once
 
+#include "base/handles.h"
 #include "base/text.h"
 
 #include <setupapi.h>
 
 namespace qx {
+
+// A text of a device's hardware key. COM names always fit.
+using DeviceString = FixedText<150>;
 
 // Reads and writes what the system needs of one device's registry data: class name, driver key and friendly
 // name among its properties, and text values of its hardware key ("Device Parameters").
@@ -35,12 +39,16 @@ class CQXDeviceRegInfo {
     // What the device manager shows for the device.
     [[nodiscard]] bool GetFriendlyName(Text& out) const noexcept;
     [[nodiscard]] bool SetFriendlyName(Text name) const noexcept;
+    // Reads the friendly name and writes it back with every occurrence of `old` replaced. Needs no more
+    // memory than the two calls of the platform do.
+    [[nodiscard]] bool ReplaceInFriendlyName(TextView old, TextView replacement) const noexcept;
 
     // A value of the device's hardware key, whatever its registry type: its bytes, at most 300, are taken as
-    // UTF-16 text up to the first NUL. Longer data fail. COM names always fit.
-    [[nodiscard]] bool GetDeviceString(Text value_name, Text& out) const noexcept;
+    // UTF-16 text up to the first NUL. Longer data fail.
+    [[nodiscard]] bool GetDeviceString(const WCHAR* value_name, DeviceString& out) const noexcept;
+    [[nodiscard]] bool GetDeviceString(const WCHAR* value_name, Text& out) const noexcept;
     // Stores `text` as REG_SZ, with its NUL, in the device's hardware key.
-    [[nodiscard]] bool SetDeviceString(Text value_name, Text text) const noexcept;
+    [[nodiscard]] bool SetDeviceString(const WCHAR* value_name, const Text& text) const noexcept;
 
     // The pair that names the device to the platform, for operations beside the registry. The platform takes
     // the element by non-const pointer even where it only reads it.
@@ -48,6 +56,15 @@ class CQXDeviceRegInfo {
     [[nodiscard]] SP_DEVINFO_DATA& Element() const noexcept { return element_; }
 
   private:
+    // The text of a property, in memory that the platform filled.
+    struct PropertyText {
+        LocalMemory memory;
+        TextView text;
+    };
+    [[nodiscard]] bool ReadProperty(DWORD property, PropertyText& out) const noexcept;
+    // Writes `name` with every occurrence of `old` replaced.
+    [[nodiscard]] bool WriteFriendlyName(TextView name, TextView old, TextView replacement) const noexcept;
+
     mutable SP_DEVINFO_DATA element_;
     HDEVINFO device_set_;
 };

@@ -12,11 +12,16 @@ namespace qx {
 // Wraps the database in which the operating system keeps which COM numbers are claimed. Every operation
 // answers true on success and shows nothing to the user.
 //
-// The destructor does not close the database, unlike every other owner of a handle here: the holder is copied
-// together with the port's record (CCOMPortUtil), and the database must never stay open from one request of
-// the platform to the next. So whoever opens it closes it within the same operation, on every path.
+// The destructor does not close the database, unlike every other owner of a handle here: opening and closing
+// are steps of an operation with work before and behind them, and whoever opens the database closes it within
+// the same operation (PortDatabaseSession), never later than the end of one request of the platform. There
+// are no copies, which would close it twice.
 class CPortUtil {
   public:
+    CPortUtil() noexcept = default;
+    CPortUtil(const CPortUtil&) = delete;
+    CPortUtil& operator=(const CPortUtil&) = delete;
+
     // Opens the database, creating it on a machine that has none. On failure the holder counts as unopened.
     [[nodiscard]] bool OpenPortDatabase() noexcept;
     // Closes it; the holder is unopened afterwards. False on an unopened holder. Callers that are done with

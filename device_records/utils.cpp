@@ -33,9 +33,9 @@ std::optional<Text> PortsEntryText(int baud_rate, DWORD data_bits, DWORD parity,
 
 }  // namespace
 
-bool CUtils::CanOpenPort(Text port_name) noexcept {
+bool CUtils::CanOpenPort(TextView port_name) noexcept {
     try {
-        const Text path = Text(TEXT("\\\\.\\")) + port_name;
+        const Text path = Text(TEXT("\\\\.\\")) + Text(port_name);
         const File port(CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING,
                                     FILE_FLAG_OVERLAPPED, nullptr));
         return static_cast<bool>(port);

@@ -24,7 +24,7 @@ class CUtils {
 
     // Whether the port (COM3) can be opened exclusively at this moment. False means that it is absent, held
     // open or not accessible; callers take it for in use and ask before they go on.
-    [[nodiscard]] static bool CanOpenPort(Text port_name) noexcept;
+    [[nodiscard]] static bool CanOpenPort(TextView port_name) noexcept;
     // Writes the port's default line settings to the operating system's "Ports" key, COM3: = 115200,8,n,1,x.
     // Baud rate in bits per second; the codes are those of the port's parameter set (data bits 0 to 3 for 5
     // to 8; parity 0 to 4; stop bits 0 to 2; flow control 0, 1, 2 or 4). Writes nothing and answers false for

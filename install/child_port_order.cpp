@@ -2,10 +2,10 @@
 
 #include "base/handles.h"
 #include "device_records/com_port_util.h"
+#include "device_records/port_database.h"
 #include "device_records/registry_layout.h"
 #include "install/device_helpers.h"
 #include "install/multi_device_products.h"
-#include "install/port_database.h"
 
 #include <algorithm>
 #include <array>
@@ -84,12 +84,12 @@ bool PortWalk::Visit(DEVINST parent, std::size_t level) {
 
 bool PortWalk::VisitDevice(DEVINST node, std::size_t level) {
     const Level& rules = kLevels[level];
-    const std::optional<Text> id = InstanceIdOf(node);
+    const std::optional<InstanceId> id = InstanceIdOf(node);
     if (!id)
         return true;
     if (!IsStarted(node))
         return false;
-    const std::optional<SP_DEVINFO_DATA> device = OpenDeviceIn(devices_, *id);
+    const std::optional<SP_DEVINFO_DATA> device = OpenDeviceIn(devices_, id->c_str());
     if (!device)
         return !rules.failed_open_stops;
     if (rules.may_carry_mark) {
@@ -119,7 +119,7 @@ Kind PortWalk::KindOf(const SP_DEVINFO_DATA& device, PortTest test) const {
 }
 
 bool PortWalk::AddPort(const SP_DEVINFO_DATA& port) {
-    Text name;
+    DeviceString name;
     if (!ReadDeviceString(devices_, port, kPortName, name))
         return false;
     numbers.push_back(static_cast<DWORD>(ComNumberOf(name)));
@@ -128,9 +128,9 @@ bool PortWalk::AddPort(const SP_DEVINFO_DATA& port) {
 }
 
 // The instance id of the node whose ports are ordered together with `port`.
-std::optional<Text> FindAdapter(DEVINST port) {
+std::optional<InstanceId> FindAdapter(DEVINST port) {
     const std::optional<DEVINST> parent = ParentOf(port);
-    std::optional<Text> id = parent ? InstanceIdOf(*parent) : std::nullopt;
+    std::optional<InstanceId> id = parent ? InstanceIdOf(*parent) : std::nullopt;
     if (!id || !IsMultiDeviceProduct(*id))
         return id;
     const std::optional<DEVINST> hub = ParentOf(*parent);
@@ -148,7 +148,7 @@ void Rename(HDEVINFO devices, const SP_DEVINFO_DATA& port, const Text& name) {
 const SP_DEVINFO_DATA* FindHolder(HDEVINFO devices, const std::vector<SP_DEVINFO_DATA>& ports,
                                   const Text& name) {
     for (const SP_DEVINFO_DATA& port : ports) {
-        Text held;
+        DeviceString held;
         if (ReadDeviceString(devices, port, kPortName, held) && held == name)
             return &port;
     }
@@ -159,7 +159,7 @@ const SP_DEVINFO_DATA* FindHolder(HDEVINFO devices, const std::vector<SP_DEVINFO
 bool HandOut(HDEVINFO devices, const std::vector<SP_DEVINFO_DATA>& ports, const std::vector<DWORD>& numbers) {
     for (std::size_t i = 0; i < ports.size(); ++i) {
         const Text target = ComNameOf(numbers[i]);
-        Text current;
+        DeviceString current;
         if (!ReadDeviceString(devices, ports[i], kPortName, current))
             return false;
         if (static_cast<DWORD>(ComNumberOf(current)) == numbers[i])
@@ -181,9 +181,13 @@ bool HandOut(HDEVINFO devices, const std::vector<SP_DEVINFO_DATA>& ports, const 
         // tries again.
         if (!aside)
             return false;
-        Rename(devices, *holder, ComNameOf(*aside));
+        // The names are made before the first of them is used: a swap that ran out of memory between its
+        // renames would leave the holder on its temporary number.
+        const Text temporary = ComNameOf(*aside);
+        const Text former(current.view());
+        Rename(devices, *holder, temporary);
         Rename(devices, ports[i], target);
-        Rename(devices, *holder, current);
+        Rename(devices, *holder, former);
     }
     return true;
 }
@@ -191,14 +195,14 @@ bool HandOut(HDEVINFO devices, const std::vector<SP_DEVINFO_DATA>& ports, const 
 }  // namespace
 
 bool OrderChildPortNames(HDEVINFO /*set*/, const SP_DEVINFO_DATA& port) {
-    const std::optional<Text> adapter_id = FindAdapter(port.DevInst);
+    const std::optional<InstanceId> adapter_id = FindAdapter(port.DevInst);
     if (!adapter_id)
         return false;
     // A set of its own: the installer's set holds the one port only.
     const DeviceSet devices(SetupDiCreateDeviceInfoList(nullptr, nullptr));
     if (!devices)
         return false;
-    const std::optional<SP_DEVINFO_DATA> adapter = OpenDeviceIn(devices.Get(), *adapter_id);
+    const std::optional<SP_DEVINFO_DATA> adapter = OpenDeviceIn(devices.Get(), adapter_id->c_str());
     if (!adapter)
         return true;
 

@@ -13,8 +13,8 @@ namespace qx {
 // from.
 //
 // Does so once: it waits until every device of the adapter runs, and then marks the adapter's last device
-// with "ChildPortNameSorted" and, when a name has changed, restarts that device. From then on the user's own
-// changes stay.
+// with "ChildPortNameSorted" and, when the numbers were out of order, restarts that device. From then on the
+// user's own changes stay.
 //
 // False when the adapter cannot be found in the device tree; true otherwise, also when it is not time yet.
 bool OrderChildPortNames(HDEVINFO set, const SP_DEVINFO_DATA& port);

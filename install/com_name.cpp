@@ -1,13 +1,14 @@
 #include "install/com_name.h"
 
+#include "base/attempt.h"
 #include "base/handles.h"
 #include "base/module_instance.h"
+#include "device_records/port_database.h"
 #include "device_records/registry_layout.h"
 #include "device_records/utils.h"
 #include "install/device_helpers.h"
 #include "install/dos_device_names.h"
 #include "install/fixed_com_numbers.h"
-#include "install/port_database.h"
 #include "module/resource.h"
 
 namespace qx {
@@ -20,78 +21,85 @@ bool GoOn(HWND owner, UINT question) {
            IDNO;
 }
 
-}  // namespace
-
-// Like all of the record's operations it takes texts by value; their copies share.
-// NOLINTNEXTLINE(performance-unnecessary-value-param)
-bool CCOMPortUtil::RenameComPort(Text new_name, HWND owner, bool confirm_if_open, bool reenumerate) {
-    const Text hardware_id = PortHardwareId(Element().DevInst);
-    Text old_name;
-    if (!GetDeviceString(kPortName, old_name))
+// From the first change on this needs no memory but what the platform takes for the friendly name. A swap of
+// two names relies on that: its port must not be left on a name that it was to have for a moment.
+bool Rename(CCOMPortUtil& port, const Text& new_name, HWND owner, bool confirm_if_open, bool reenumerate) {
+    const InstanceId hardware_id = PortHardwareId(port.Element().DevInst);
+    DeviceString old_name;
+    if (!port.GetDeviceString(kPortName, old_name))
         return false;
     if (old_name == new_name)
         return true;
     const auto old_number = static_cast<DWORD>(ComNumberOf(old_name));
     const auto new_number = static_cast<DWORD>(ComNumberOf(new_name));
 
-    if (confirm_if_open && !CUtils().CanOpenPort(old_name) && !GoOn(owner, IDS_PORT_OPEN))
+    if (confirm_if_open && !CUtils::CanOpenPort(old_name) && !GoOn(owner, IDS_PORT_OPEN))
         return true;
 
     // One handle for the look at the number and for the claim. It locks nobody out, so the claim is forced.
     {
-        const PortDatabaseSession session(*this);
-        if (!IsPortFree(new_number)) {
+        const PortDatabaseSession session(port);
+        if (!port.IsPortFree(new_number)) {
             // A fixed-number product's software finds its ports by number, so there is nothing to ask.
             if (IsFixedNumberProduct(hardware_id))
-                static_cast<void>(ReleasePort(new_number));
+                static_cast<void>(port.ReleasePort(new_number));
             else if (!GoOn(owner, IDS_NAME_IN_USE))
                 return true;
         }
-        // First what can fail without harm: a port whose DOS name does not move keeps its old name
-        // everywhere. (One whose SERIALCOMM entry alone could not be written has moved by half, see
-        // MoveDosDeviceName.)
-        if (!MoveDosDeviceName(old_name, new_name))
+        // A port whose DOS name does not move keeps its old name everywhere. (One whose SERIALCOMM entry
+        // alone could not be written has moved by half, see MoveDosDeviceName. A number that was just taken
+        // from its holder stays without a claim.)
+        if (!MoveDosDeviceName(old_name.c_str(), new_name))
             return false;
         // From here on the port answers to its new name, so nothing turns back, whatever the database says: a
         // port that opens under a name without a claim is of more use than one whose name leads nowhere.
-        static_cast<void>(ReleasePort(old_number));
-        static_cast<void>(ClaimPort(new_number, true));
+        static_cast<void>(port.ReleasePort(old_number));
+        static_cast<void>(port.ClaimPort(new_number, true));
     }
 
-    Text friendly_name;
-    if (!GetFriendlyName(friendly_name) || !SetFriendlyName(ReplaceAll(friendly_name, old_name, new_name)))
+    if (!port.ReplaceInFriendlyName(old_name, new_name))
         return false;
-    if (!SetDeviceString(kPortName, new_name))
+    if (!port.SetDeviceString(kPortName, new_name))
         return false;
-    WriteDefaultPortsEntry(DeviceSet(), Element());
-    MarkPropertyChangePending(DeviceSet(), Element());
+    WriteDefaultPortsEntry(port.DeviceSet(), port.Element());
+    MarkPropertyChangePending(port.DeviceSet(), port.Element());
     if (reenumerate)
         static_cast<void>(ReenumerateDevice({}));
     return true;
 }
 
-bool CCOMPortUtil::RemoveDosDeviceName() {
-    Text name;
+}  // namespace
+
+// Like all of the record's operations it takes texts by value; their copies share.
+// NOLINTNEXTLINE(performance-unnecessary-value-param)
+bool CCOMPortUtil::RenameComPort(Text new_name, HWND owner, bool confirm_if_open, bool reenumerate) noexcept {
+    return Attempt([&] { return Rename(*this, new_name, owner, confirm_if_open, reenumerate); });
+}
+
+bool CCOMPortUtil::RemoveDosDeviceName() noexcept {
+    DeviceString name;
     if (!GetDeviceString(kPortName, name))
         return false;
-    const std::optional<Text> target = TargetOfDosName(name);
-    if (!target || !RemoveDosName(name, *target))
+    const std::optional<KernelPath> target = TargetOfDosName(name.c_str());
+    if (!target || !RemoveDosName(name.c_str(), *target))
         return false;
     const PortDatabaseSession session(*this);
     static_cast<void>(ReleasePort(static_cast<DWORD>(ComNumberOf(name))));
     return true;
 }
 
-void WriteDefaultPortsEntry(HDEVINFO set, const SP_DEVINFO_DATA& port) {
+void WriteDefaultPortsEntry(HDEVINFO set, const SP_DEVINFO_DATA& port) noexcept {
     static constexpr WCHAR kDefaultSettings[] = TEXT("9600,n,8,1");
-    Text name;
+    DeviceString name;
     if (!ReadDeviceString(set, port, kPortName, name))
         return;
     RegistryKey ports;
     if (RegCreateKeyExW(HKEY_LOCAL_MACHINE, kPortsKey, 0, nullptr, REG_OPTION_NON_VOLATILE,
                         KEY_READ | KEY_WRITE, nullptr, ports.Put(), nullptr) != ERROR_SUCCESS)
         return;
-    const Text entry = name + Text(TEXT(":"));
+    FixedText<DeviceString::kCapacity + 1> entry;
+    entry.Append(name);
+    entry.Append(TEXT(":"));
     static_cast<void>(RegSetValueExW(ports.Get(), entry.c_str(), 0, REG_SZ,
                                      reinterpret_cast<const BYTE*>(kDefaultSettings),
                                      sizeof(kDefaultSettings)));

@@ -27,6 +27,6 @@ namespace qx {
 // Writes the line settings 9600,n,8,1 for the port's present name, where programs that know nothing of
 // drivers look up a port's defaults. Does nothing for a port without a name; a key that refuses is not worth
 // failing for.
-void WriteDefaultPortsEntry(HDEVINFO set, const SP_DEVINFO_DATA& port);
+void WriteDefaultPortsEntry(HDEVINFO set, const SP_DEVINFO_DATA& port) noexcept;
 
 }  // namespace qx

@@ -1,9 +1,6 @@
 #include "install/device_helpers.h"
 
 #include "base/handles.h"
-#include "device_records/device_reg_info.h"
-
-#include <vector>
 
 namespace qx {
 
@@ -53,26 +50,26 @@ std::optional<DEVINST> Neighbour(Step step, DEVINST device) {
 
 }  // namespace
 
-bool ReadDeviceString(HDEVINFO set, const SP_DEVINFO_DATA& device, const Text& name, Text& value) {
+bool ReadDeviceString(HDEVINFO set, const SP_DEVINFO_DATA& device, const WCHAR* name, DeviceString& value) {
     return CQXDeviceRegInfo(set, device).GetDeviceString(name, value);
 }
 
-bool ReadDeviceDword(HDEVINFO set, const SP_DEVINFO_DATA& device, const Text& name, DWORD& value) {
+bool ReadDeviceDword(HDEVINFO set, const SP_DEVINFO_DATA& device, const WCHAR* name, DWORD& value) {
     const HardwareKey key = OpenHardwareKey(set, device, GENERIC_READ);
     if (!key)
         return false;
     DWORD number = 0;
     DWORD size = sizeof(number);
-    if (RegQueryValueExW(key.Get(), name.c_str(), nullptr, nullptr, reinterpret_cast<BYTE*>(&number),
-                         &size) != ERROR_SUCCESS)
+    if (RegQueryValueExW(key.Get(), name, nullptr, nullptr, reinterpret_cast<BYTE*>(&number), &size) !=
+        ERROR_SUCCESS)
         return false;
     value = number;
     return true;
 }
 
-bool WriteDeviceDword(HDEVINFO set, const SP_DEVINFO_DATA& device, const Text& name, DWORD value) {
+bool WriteDeviceDword(HDEVINFO set, const SP_DEVINFO_DATA& device, const WCHAR* name, DWORD value) {
     const HardwareKey key = OpenHardwareKey(set, device, GENERIC_WRITE);
-    return key && RegSetValueExW(key.Get(), name.c_str(), 0, REG_DWORD, reinterpret_cast<const BYTE*>(&value),
+    return key && RegSetValueExW(key.Get(), name, 0, REG_DWORD, reinterpret_cast<const BYTE*>(&value),
                                  sizeof(value)) == ERROR_SUCCESS;
 }
 
@@ -115,14 +112,13 @@ std::optional<DEVINST> NextSiblingOf(DEVINST device) {
     return Neighbour(CM_Get_Sibling, device);
 }
 
-std::optional<Text> InstanceIdOf(DEVINST device) {
+std::optional<InstanceId> InstanceIdOf(DEVINST device) {
     ULONG length = 0;
-    if (CM_Get_Device_ID_Size(&length, device, 0) != CR_SUCCESS)
+    InstanceId id;
+    if (CM_Get_Device_ID_Size(&length, device, 0) != CR_SUCCESS || length > InstanceId::kCapacity ||
+        CM_Get_Device_IDW(device, id.Buffer(), length + 1, 0) != CR_SUCCESS)
         return std::nullopt;
-    std::vector<WCHAR> id(std::size_t{length} + 1);
-    if (CM_Get_Device_IDW(device, id.data(), length + 1, 0) != CR_SUCCESS)
-        return std::nullopt;
-    return Text::FromBuffer(id.data(), id.size());
+    return id;
 }
 
 bool IsStarted(DEVINST device) {
@@ -131,10 +127,10 @@ bool IsStarted(DEVINST device) {
     return CM_Get_DevNode_Status(&status, &problem, device, 0) == CR_SUCCESS && (status & DN_STARTED) != 0;
 }
 
-std::optional<SP_DEVINFO_DATA> OpenDeviceIn(HDEVINFO set, const Text& instance_id) {
+std::optional<SP_DEVINFO_DATA> OpenDeviceIn(HDEVINFO set, const WCHAR* instance_id) {
     SP_DEVINFO_DATA device{};
     device.cbSize = sizeof(device);
-    if (!SetupDiOpenDeviceInfoW(set, instance_id.c_str(), nullptr, 0, &device))
+    if (!SetupDiOpenDeviceInfoW(set, instance_id, nullptr, 0, &device))
         return std::nullopt;
     return device;
 }

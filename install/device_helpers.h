@@ -4,7 +4,7 @@
 // call. Its hardware key is the "Device Parameters" key, where a port's settings and its COM name live.
 #pragma once
 
-#include "base/text.h"
+#include "device_records/device_reg_info.h"
 
 #include <cfgmgr32.h>
 #include <setupapi.h>
@@ -13,17 +13,17 @@
 
 namespace qx {
 
-// Reads the text value `name` of the device's hardware key. The stored type is not looked at, and at most 150
-// characters fit. False when the key or the value cannot be had; `value` keeps what it held then.
-[[nodiscard]] bool ReadDeviceString(HDEVINFO set, const SP_DEVINFO_DATA& device, const Text& name,
-                                    Text& value);
+// Reads the text value `name` of the device's hardware key. The stored type is not looked at. False when the
+// key or the value cannot be had; `value` keeps what it held then.
+[[nodiscard]] bool ReadDeviceString(HDEVINFO set, const SP_DEVINFO_DATA& device, const WCHAR* name,
+                                    DeviceString& value);
 
 // Reads a value of at most four bytes as a number; otherwise as ReadDeviceString.
-[[nodiscard]] bool ReadDeviceDword(HDEVINFO set, const SP_DEVINFO_DATA& device, const Text& name,
+[[nodiscard]] bool ReadDeviceDword(HDEVINFO set, const SP_DEVINFO_DATA& device, const WCHAR* name,
                                    DWORD& value);
 
 // Stores a REG_DWORD in the device's hardware key. True when it was written.
-[[nodiscard]] bool WriteDeviceDword(HDEVINFO set, const SP_DEVINFO_DATA& device, const Text& name,
+[[nodiscard]] bool WriteDeviceDword(HDEVINFO set, const SP_DEVINFO_DATA& device, const WCHAR* name,
                                     DWORD value);
 
 // Stop and start a device through the class installer: only a device that starts reads its new COM name. A
@@ -46,13 +46,14 @@ bool ReenumerateDevice(const Text& instance_id);
 [[nodiscard]] std::optional<DEVINST> NextSiblingOf(DEVINST device);
 
 // The device's instance id, which names it for as long as it stays in its place; none when the platform
-// cannot say.
-[[nodiscard]] std::optional<Text> InstanceIdOf(DEVINST device);
+// cannot say, or says more than it allows ids to have.
+using InstanceId = FixedText<MAX_DEVICE_ID_LEN>;
+[[nodiscard]] std::optional<InstanceId> InstanceIdOf(DEVINST device);
 
 // Whether the device is known to run. A device whose driver is still to come does not.
 [[nodiscard]] bool IsStarted(DEVINST device);
 
 // Adds the device with this id to `set`; none when the platform refuses.
-[[nodiscard]] std::optional<SP_DEVINFO_DATA> OpenDeviceIn(HDEVINFO set, const Text& instance_id);
+[[nodiscard]] std::optional<SP_DEVINFO_DATA> OpenDeviceIn(HDEVINFO set, const WCHAR* instance_id);
 
 }  // namespace qx

@@ -2,35 +2,33 @@
 
 #include "base/handles.h"
 
-#include <array>
-
 namespace qx {
 
 namespace {
 
-bool DefineDosName(const Text& name, const Text& target) {
-    return DefineDosDeviceW(DDD_RAW_TARGET_PATH, name.c_str(), target.c_str()) != FALSE;
+bool DefineDosName(const WCHAR* name, const KernelPath& target) {
+    return DefineDosDeviceW(DDD_RAW_TARGET_PATH, name, target.c_str()) != FALSE;
 }
 
 }  // namespace
 
-std::optional<Text> TargetOfDosName(const Text& name) {
-    std::array<WCHAR, 256> target{};
-    if (QueryDosDeviceW(name.c_str(), target.data(), static_cast<DWORD>(target.size())) == 0)
+std::optional<KernelPath> TargetOfDosName(const WCHAR* name) {
+    KernelPath target;
+    if (QueryDosDeviceW(name, target.Buffer(), static_cast<DWORD>(KernelPath::kCapacity)) == 0)
         return std::nullopt;
-    return Text::FromBuffer(target.data(), target.size());
+    return target;
 }
 
-bool RemoveDosName(const Text& name, const Text& target) {
-    return DefineDosDeviceW(DDD_RAW_TARGET_PATH | DDD_REMOVE_DEFINITION | DDD_EXACT_MATCH_ON_REMOVE,
-                            name.c_str(), target.c_str()) != FALSE;
+bool RemoveDosName(const WCHAR* name, const KernelPath& target) {
+    return DefineDosDeviceW(DDD_RAW_TARGET_PATH | DDD_REMOVE_DEFINITION | DDD_EXACT_MATCH_ON_REMOVE, name,
+                            target.c_str()) != FALSE;
 }
 
-bool MoveDosDeviceName(const Text& old_name, const Text& new_name) {
-    const std::optional<Text> target = TargetOfDosName(old_name);
+bool MoveDosDeviceName(const WCHAR* old_name, const Text& new_name) {
+    const std::optional<KernelPath> target = TargetOfDosName(old_name);
     if (!target || !RemoveDosName(old_name, *target))
         return false;
-    if (!DefineDosName(new_name, *target)) {
+    if (!DefineDosName(new_name.c_str(), *target)) {
         // A port without any name could not be opened until the next start of the computer.
         static_cast<void>(DefineDosName(old_name, *target));
         return false;

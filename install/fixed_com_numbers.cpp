@@ -1,10 +1,11 @@
 #include "install/fixed_com_numbers.h"
 
+#include "base/attempt.h"
 #include "base/handles.h"
 #include "device_records/com_port_util.h"
+#include "device_records/port_database.h"
 #include "device_records/registry_layout.h"
 #include "install/device_helpers.h"
-#include "install/port_database.h"
 #include "install/product_data.h"
 
 #include <initguid.h>
@@ -22,16 +23,19 @@ namespace {
 constexpr DWORD kFirstNumberAside = 5;
 constexpr DWORD kLastNumberAside = 254;
 
-Text HardwareIdWithin(const Text& instance_id) {
+InstanceId HardwareIdWithin(const InstanceId& instance_id) {
     const TextView id = instance_id.view();
     const std::size_t first = id.find('\\');
     const std::size_t second = first == TextView::npos ? first : id.find('\\', first + 1);
-    if (second == TextView::npos)
-        return {};
-    return UpperCase(Text(id.substr(0, second)));
+    InstanceId hardware_id;
+    if (second != TextView::npos) {
+        hardware_id.Append(id.substr(0, second));
+        CharUpperW(hardware_id.Buffer());
+    }
+    return hardware_id;
 }
 
-const FixedComNumber* FindProduct(const Text& port_hardware_id) {
+const FixedComNumber* FindProduct(TextView port_hardware_id) {
     const auto* const row = std::ranges::find_if(FixedComNumberTable, [&](const FixedComNumber& product) {
         return port_hardware_id == product.port_hardware_id;
     });
@@ -40,13 +44,13 @@ const FixedComNumber* FindProduct(const Text& port_hardware_id) {
 
 }  // namespace
 
-Text PortHardwareId(DEVINST port) {
+InstanceId PortHardwareId(DEVINST port) {
     const std::optional<DEVINST> parent = ParentOf(port);
-    const std::optional<Text> parent_id = parent ? InstanceIdOf(*parent) : std::nullopt;
-    return parent_id ? HardwareIdWithin(*parent_id) : Text();
+    const std::optional<InstanceId> parent_id = parent ? InstanceIdOf(*parent) : std::nullopt;
+    return parent_id ? HardwareIdWithin(*parent_id) : InstanceId();
 }
 
-bool IsFixedNumberProduct(const Text& port_hardware_id) {
+bool IsFixedNumberProduct(TextView port_hardware_id) {
     return FindProduct(port_hardware_id) != nullptr;
 }
 
@@ -58,27 +62,28 @@ bool ApplyFixedComNumber(HDEVINFO set, SP_DEVINFO_DATA& port) {
     if (!key)
         return false;
     const std::optional<DEVINST> parent_node = ParentOf(port.DevInst);
-    const std::optional<Text> parent_id = parent_node ? InstanceIdOf(*parent_node) : std::nullopt;
+    const std::optional<InstanceId> parent_id = parent_node ? InstanceIdOf(*parent_node) : std::nullopt;
     if (!parent_id)
         return false;
-    const Text hardware_id = HardwareIdWithin(*parent_id);
+    const InstanceId hardware_id = HardwareIdWithin(*parent_id);
 
     const DeviceSet parent_set(SetupDiCreateDeviceInfoList(nullptr, nullptr));
     if (!parent_set)
         return false;
-    std::optional<SP_DEVINFO_DATA> parent = OpenDeviceIn(parent_set.Get(), *parent_id);
+    std::optional<SP_DEVINFO_DATA> parent = OpenDeviceIn(parent_set.Get(), parent_id->c_str());
     if (!parent)
         return false;
 
-    Text name;
+    DeviceString name;
     if (!ReadDeviceString(set, port, kPortName, name))
         return false;
     const FixedComNumber* const product = FindProduct(hardware_id);
     if (product == nullptr)
         return false;
-    if (static_cast<DWORD>(ComNumberOf(name)) == product->com_number)
+    const auto number = static_cast<DWORD>(ComNumberOf(name));
+    if (number == product->com_number)
         return true;
-    const bool forced = ForceComNumber(set, port, product->com_number);
+    const bool forced = ForceComNumber(set, port, product->com_number, number);
     if (forced) {
         DisableDevice(parent_set.Get(), *parent);
         EnableDevice(parent_set.Get(), *parent);
@@ -86,21 +91,23 @@ bool ApplyFixedComNumber(HDEVINFO set, SP_DEVINFO_DATA& port) {
     return forced;
 }
 
-bool ForceComNumber(HDEVINFO set, const SP_DEVINFO_DATA& port, DWORD number) {
-    CCOMPortUtil port_util(set, port);
-    const Text name = ComNameOf(number);
-    PortDatabaseSession session(port_util);
-    const bool free = port_util.IsPortFree(number);
-    session.Close();
-    // A number that nobody can be found for is taken from whoever claimed it; the rename does not ask for
-    // these ports.
-    if (!free)
-        static_cast<void>(MoveNameHolderAside(name, kFirstNumberAside));
-    static_cast<void>(port_util.RenameComPort(name, nullptr, false, false));
+bool ForceComNumber(HDEVINFO set, const SP_DEVINFO_DATA& port, DWORD number, DWORD present_number) noexcept {
+    Attempt([&] {
+        CCOMPortUtil port_util(set, port);
+        const Text name = ComNameOf(number);
+        PortDatabaseSession session(port_util);
+        const bool free = port_util.IsPortFree(number);
+        session.Close();
+        // A number that nobody can be found for is taken from whoever claimed it; the rename does not ask for
+        // these ports.
+        if (!free)
+            static_cast<void>(MoveNameHolderAside(name, kFirstNumberAside, present_number));
+        static_cast<void>(port_util.RenameComPort(name, nullptr, false, false));
+    });
     return true;
 }
 
-bool MoveNameHolderAside(const Text& name, DWORD start) {
+bool MoveNameHolderAside(const Text& name, DWORD start, DWORD except) {
     // Devices that are not plugged in count too: their name is taken until they are uninstalled.
     const DeviceSet devices(SetupDiGetClassDevsW(&GUID_DEVCLASS_PORTS, nullptr, nullptr, DIGCF_ALLCLASSES));
     if (!devices)
@@ -108,12 +115,12 @@ bool MoveNameHolderAside(const Text& name, DWORD start) {
     SP_DEVINFO_DATA device{};
     device.cbSize = sizeof(device);
     for (DWORD index = 0; SetupDiEnumDeviceInfo(devices.Get(), index, &device); ++index) {
-        Text held;
-        if (!ReadDeviceString(devices.Get(), device, kPortName, held) || held != name)
+        DeviceString held;
+        if (!ReadDeviceString(devices.Get(), device, kPortName, held) || !(held == name))
             continue;
         CCOMPortUtil holder(devices.Get(), device);
         PortDatabaseSession session(holder);
-        const std::optional<DWORD> number = FirstFreeNumber(holder, start, kLastNumberAside);
+        const std::optional<DWORD> number = FirstFreeNumber(holder, start, kLastNumberAside, {&except, 1});
         session.Close();
         // With every number taken the holder keeps its name: giving it a name that a third device uses would
         // break two devices where one loses its number.

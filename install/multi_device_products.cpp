@@ -6,8 +6,8 @@
 
 namespace qx {
 
-bool IsMultiDeviceProduct(const Text& instance_id) {
-    const Text id = UpperCase(instance_id);
+bool IsMultiDeviceProduct(TextView instance_id) {
+    const Text id = UpperCase(Text(instance_id));
     return id.Contains(TEXT("USB")) && std::ranges::any_of(MultiDeviceProductIds, [&](const WCHAR* product) {
                return id.Contains(product);
            });

@@ -7,6 +7,6 @@ namespace qx {
 
 // Whether the device with this instance id belongs to a product of several USB devices
 // (MultiDeviceProductIds), whose ports are numbered through all of them. Upper and lower case do not matter.
-[[nodiscard]] bool IsMultiDeviceProduct(const Text& instance_id);
+[[nodiscard]] bool IsMultiDeviceProduct(TextView instance_id);
 
 }  // namespace qx

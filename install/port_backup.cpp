@@ -1,12 +1,13 @@
 #include "install/port_backup.h"
 
+#include "base/attempt.h"
 #include "base/handles.h"
 #include "device_records/com_port_util.h"
+#include "device_records/port_database.h"
 #include "device_records/registry_layout.h"
 #include "device_records/utils.h"
 #include "install/device_helpers.h"
 #include "install/dos_device_names.h"
-#include "install/port_database.h"
 
 #include <algorithm>
 #include <cstring>
@@ -137,15 +138,15 @@ Text RestoreValues(HKEY backup, HKEY port) {
 
 void RestoreName(HDEVINFO set, const SP_DEVINFO_DATA& port, const Text& saved_name) {
     CCOMPortUtil port_util(set, port);
-    Text current_name;
+    DeviceString current_name;
     if (!port_util.GetDeviceString(kPortName, current_name))
         return;
     // A port that neither opens nor has a DOS name is not there; there is nothing to move.
-    if (!CUtils().CanOpenPort(current_name) && !TargetOfDosName(current_name))
+    if (!CUtils::CanOpenPort(current_name) && !TargetOfDosName(current_name.c_str()))
         return;
     // A port that came up under its former name keeps the claim it has. Releasing the number, which is right
     // for a name held by somebody else, would leave the port's own name for the next device to take.
-    if (saved_name == current_name)
+    if (current_name == saved_name)
         return;
     const auto number = static_cast<DWORD>(ComNumberOf(saved_name));
     {
@@ -193,8 +194,8 @@ void SavePortBackups(HDEVINFO set, const SP_DEVINFO_DATA& adapter) {
     if (!adapter_key)
         return;
     for (std::optional<DEVINST> child = FirstChildOf(adapter.DevInst); child; child = NextSiblingOf(*child))
-        if (const std::optional<Text> id = InstanceIdOf(*child))
-            SaveChild(adapter_key.Get(), *id);
+        if (const std::optional<InstanceId> id = InstanceIdOf(*child))
+            Attempt([&] { SaveChild(adapter_key.Get(), Text(id->view())); });
 }
 
 bool RestorePortBackup(HDEVINFO set, const SP_DEVINFO_DATA& port) {
@@ -202,23 +203,25 @@ bool RestorePortBackup(HDEVINFO set, const SP_DEVINFO_DATA& port) {
     if (!port_key)
         return false;
     const std::optional<DEVINST> parent = ParentOf(port.DevInst);
-    const std::optional<Text> parent_id = parent ? InstanceIdOf(*parent) : std::nullopt;
-    const std::optional<Text> port_id = parent_id ? InstanceIdOf(port.DevInst) : std::nullopt;
+    const std::optional<InstanceId> parent_instance = parent ? InstanceIdOf(*parent) : std::nullopt;
+    const std::optional<InstanceId> port_id = parent_instance ? InstanceIdOf(port.DevInst) : std::nullopt;
     if (!port_id)
         return false;
-    const Text backup_name = PortBackupKeyName(*port_id);
+    const Text parent_id(parent_instance->view());
+    const Text backup_name = PortBackupKeyName(Text(port_id->view()));
 
-    Text saved_name;
-    {
-        const RegistryKey backup = OpenForReading(BackupKeyPath(*parent_id, backup_name));
-        if (!backup)
-            return false;
-        saved_name = RestoreValues(backup.Get(), port_key.Get());
-    }
-    if (!saved_name.empty())
-        RestoreName(set, port, saved_name);
-    const bool had_ui1 = CopyUi1(BackupUi1KeyPath(*parent_id, backup_name), port_key.Get());
-    DeleteBackup(*parent_id, backup_name, had_ui1);
+    RegistryKey backup = OpenForReading(BackupKeyPath(parent_id, backup_name));
+    if (!backup)
+        return false;
+    // What memory does not suffice for is still in the backup, and the next installation gives it back.
+    Attempt([&] {
+        const Text saved_name = RestoreValues(backup.Get(), port_key.Get());
+        backup.Reset();
+        if (!saved_name.empty())
+            RestoreName(set, port, saved_name);
+        const bool had_ui1 = CopyUi1(BackupUi1KeyPath(parent_id, backup_name), port_key.Get());
+        DeleteBackup(parent_id, backup_name, had_ui1);
+    });
     return true;
 }
 

@@ -1,5 +1,6 @@
 #include "install/port_coinstaller.h"
 
+#include "base/attempt.h"
 #include "base/handles.h"
 #include "device_records/com_port_util.h"
 #include "install/child_port_order.h"
@@ -10,15 +11,14 @@
 #include "install/port_backup.h"
 #include "install/product_data.h"
 
-#include <new>
-
 namespace qx {
 
 namespace {
 
 // Holds the port installation mutex: the platform may install several ports at once, in one process or in
-// several, and a name is moved in more places than one can be in at a time. Waits as long as it takes. Where
-// the platform gives no mutex the installation goes on without: one that never finishes would be worse.
+// several, and a rename updates several places and must not interleave with another. Waits as long as it
+// takes. Where the platform gives no mutex the installation goes on without: one that never finishes would be
+// worse.
 class PortInstallationLock {
   public:
     PortInstallationLock() : mutex_(CreateMutexW(nullptr, FALSE, kPortInstallationMutex)) {
@@ -37,7 +37,7 @@ class PortInstallationLock {
 };
 
 // Older systems install an adapter's ports one after another in their order, so there is nothing to be put in
-// order.
+// order. There is no system 7.x.
 bool SystemInstallsPortsInAnyOrder() {
     OSVERSIONINFOEXW version{};
     version.dwOSVersionInfoSize = sizeof(version);
@@ -55,19 +55,9 @@ void Restart(HDEVINFO set, SP_DEVINFO_DATA& port) {
     static_cast<void>(CM_Reenumerate_DevNode(port.DevInst, 0));
 }
 
-// A step that runs out of memory counts as one that found nothing to do, and the next ones run: a port that
-// has been given its settings back needs its restart, whatever became of its number.
-template <typename Step>
-bool Attempt(Step step) noexcept {
-    try {
-        return step();
-    } catch (const std::bad_alloc&) {
-        return false;
-    }
-}
-
-// The names are seen to although the installation failed: the port device is there all the same, and a failed
-// driver is installed again over it.
+// The names are fixed even if the installation failed: the port device exists either way, and the next
+// attempt reuses it. A step that runs out of memory before it found anything to do counts as one that found
+// nothing, and the next ones run.
 void AfterInstall(HDEVINFO set, SP_DEVINFO_DATA& port, DWORD install_result) {
     const PortInstallationLock lock;
     const bool restored = Attempt([&] { return RestorePortBackup(set, port); });

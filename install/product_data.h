@@ -49,8 +49,9 @@ inline constexpr std::array<const WCHAR*, 31> MultiDeviceProductIds{
     TEXT("USB\\VID_0F7A&PID_3480"),
 };
 
-// System-wide mutexes. Every release of the library must use the same two names, or releases installed side
-// by side would not keep out of each other's way.
+// Named mutexes. A name without a prefix belongs to the session of the process that creates it, so they
+// exclude what runs in one session: the device installer's own processes. Every release of the library must
+// use the same two names, or releases installed side by side would not keep out of each other's way.
 inline constexpr const WCHAR* kPortInstallationMutex = TEXT("{6B0C7D52-9E1F-4A83-B5D4-27F1C0A9E6B8}");
 inline constexpr const WCHAR* kGpioRemovalMutex = TEXT("{D1F4A3E7-58B2-4C96-8A0D-6E93B7C2F514}");
 

@@ -14,14 +14,14 @@ bool RunUninstallProgram(HDEVINFO set, const SP_DEVINFO_DATA& adapter, bool wait
 
     std::array<WCHAR, MAX_PATH> directory{};
     const UINT length = GetSystemDirectoryW(directory.data(), static_cast<UINT>(directory.size()));
-    Text program;
+    DeviceString program;
     if (!ReadDeviceString(set, adapter, kUnInstall, program))
         return true;
     // Without its directory the name would be looked for at the root of whatever drive is current, where
     // anyone may have put a program; and this one would run with the installer's rights.
     if (length == 0 || length >= directory.size())
         return true;
-    const Text path = Text(directory.data()) + Text(TEXT("\\")) + program;
+    const Text path = Text(directory.data()) + Text(TEXT("\\")) + Text(program.view());
 
     STARTUPINFOW startup{};
     startup.cb = sizeof(startup);

@@ -97,17 +97,6 @@ TEST_F(PortDatabase, AnUnopenedHolderAnswersNo) {
     denied();
 }
 
-TEST_F(PortDatabase, TheHolderLeavesClosingToItsUser) {
-    CPortUtil copy;
-    {
-        CPortUtil util;
-        ASSERT_TRUE(util.OpenPortDatabase());
-        copy = util;
-    }
-    EXPECT_NE(instruments().LedgerReport(), "");
-    EXPECT_TRUE(copy.ClosePortDatabase());
-}
-
 class PortUtilities : public qxtest::MachineTest {
   protected:
     std::optional<std::string> Entry(const char* port) {

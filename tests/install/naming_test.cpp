@@ -284,6 +284,19 @@ TEST_F(FixedNumbers, AreTakenFromADeviceThatIsNotPluggedIn) {
     EXPECT_EQ(Questions(), 0U);
 }
 
+// The port's own number looks free once its claim is lost; a holder that moved there would lose its DOS name
+// to the port's rename.
+TEST_F(FixedNumbers, SendTheirHolderToNoNumberOfThePortItself) {
+    AddPort("FOREIGN\\PORT\\1", "COM89");
+    AdapterRecipe adapter{.product = "2103", .names = {"COM5"}};
+    AddAdapter(machine(), adapter);
+    machine().SetClaimed(5, false);
+    installer().CallBackPort(PortId(adapter, 0));
+    EXPECT_EQ(NamesOf(machine(), adapter), Names{"COM89"});
+    EXPECT_EQ(PortName("FOREIGN\\PORT\\1"), "COM6");
+    EXPECT_EQ(Disagreements(), "");
+}
+
 TEST_F(FixedNumbers, GoToThePortInstalledLast) {
     AdapterRecipe p2{.product = "2202", .serial = "QXP2", .names = {""}, .usb_interface = "&MI_01"};
     AdapterRecipe p4a{.product = "2204", .serial = "QXP4", .names = {""}, .usb_interface = "&MI_00"};

@@ -1,13 +1,17 @@
 // The loaded library with every one of its allocations failing in turn, once and for good: no exception
 // leaves an entry or a window message, nothing stays open, and requests are answered as if the work had ended
 // there.
+#include "install/card_coinstaller.h"
 #include "tests/install/scenarios.h"
 #include "tests/pages/visits.h"
 #include "tests/support/allocations.h"
 
+#include <gmock/gmock.h>
+
 #include <link.h>
 
 #include <cstdio>
+#include <set>
 #include <string_view>
 
 extern "C" HRESULT WINAPI DllRegisterServer() noexcept;
@@ -47,6 +51,17 @@ void FailEachAllocation(const std::string& what, Run run) {
     }
 }
 
+// The names that the ports of a computer have.
+std::set<std::string> PortNames(const qxsim::Machine& machine) {
+    std::set<std::string> names;
+    for (const qxsim::NamedPort& port : qxsim::ReportNames(machine).ports)
+        names.insert(port.names.port_name);
+    return names;
+}
+
+// Where the adapter keeps what it saved of its first port.
+constexpr const char* kFirstBackup = "\\QXSER_1_QX000001&0001";
+
 class InstallationMemory : public InstallTest {
   public:
     void SetUp() override {
@@ -62,6 +77,10 @@ TEST_F(InstallationMemory, RunsOutWithoutHarm) {
     for (const Scenario& scenario : Scenarios()) {
         qxsim::Machine start;
         scenario.build(start);
+        std::set<std::string> expected = PortNames(start);
+        Use(start.Clone());
+        scenario.run(installer());
+        expected.merge(PortNames(machine()));
         FailEachAllocation(scenario.name, [&](std::size_t nth, bool for_good) {
             SCOPED_TRACE(scenario.name + ", allocation " + std::to_string(nth));
             Use(start.Clone());
@@ -71,9 +90,76 @@ TEST_F(InstallationMemory, RunsOutWithoutHarm) {
             scenario.run(installer());
             EXPECT_EQ(installer().wrong, std::vector<std::string>{});
             EXPECT_EQ(instruments().LedgerReport(), "");
+            // No rename stops in the middle, and no port is left on a number that it was to have for a
+            // moment.
+            EXPECT_EQ(Disagreements(), "");
+            if (scenario.name != "reinstallation") {  // whose new ports get names of their own
+                EXPECT_THAT(PortNames(machine()), testing::IsSubsetOf(expected));
+            }
             return failing.Fired();
         });
     }
+}
+
+// From its opening on a backup counts as restored: the port's siblings are not put in order, and what could
+// not be given back stays in the backup for the next installation. The port may keep the name it came up
+// with.
+TEST_F(InstallationMemory, RunsOutWhileABackupIsRestored) {
+    const AdapterRecipe adapter{.names = {"COM9", "COM10"}};
+    const std::string port = PortId(adapter, 0);
+    AddAdapter(machine(), adapter);
+    machine().WriteDword(KeyPath(port), "Baudrate", 115200);
+    machine().WriteText(KeyPath(port) + "\\UI1", "Label", "Scale");
+    installer().BeginReinstall(adapter);
+    machine().SetClaimed(3, true);
+    InstallByClass(machine(), PortId(adapter, 1));
+    InstallByClass(machine(), port);
+    ASSERT_EQ(NamesOf(machine(), adapter), (std::vector<std::string>{"COM5", "COM4"}));
+    const std::string backup = KeyPath(AdapterId(adapter)) + kFirstBackup;
+    const std::unique_ptr<qxsim::Machine> start = machine().Clone();
+    FailEachAllocation("restoring", [&](std::size_t nth, bool for_good) {
+        Use(start->Clone());
+        instruments().Reset();
+        std::optional<FailingAllocation> failing;
+        instruments().OnCall([&](const qxsim::CallRecord& call) {
+            if (!failing && call.function == "RegEnumValueW")
+                failing.emplace(nth, for_good);
+        });
+        installer().CallBackPort(port);
+        const bool fired = failing->Fired();
+        failing.reset();
+        instruments().OnCall({});
+        EXPECT_EQ(Disagreements(), "");
+        EXPECT_EQ(PortName(PortId(adapter, 1)), "COM4");
+        const bool given_back = PortName(port) == "COM9" &&
+                                machine().ReadText(KeyPath(port) + "\\UI1", "Label") == "Scale" &&
+                                machine().ReadDword(KeyPath(port), "Baudrate") == 115200U;
+        EXPECT_TRUE(given_back || machine().ReadText(backup, "PortName") == "COM9") << nth;
+        EXPECT_FALSE(PortsEntry(PortName(port)) == "9600,n,8,1" && PortName(port) == "COM5")
+            << "not restarted";
+        return fired;
+    });
+}
+
+// A child that memory does not suffice for is passed over; its siblings are saved.
+TEST_F(InstallationMemory, RunsOutWhileAnAdapterIsSaved) {
+    const AdapterRecipe adapter{.names = {"COM25", "COM26", "COM27", "COM28"}};
+    AddAdapter(machine(), adapter);
+    const std::unique_ptr<qxsim::Machine> start = machine().Clone();
+    FailEachAllocation("saving", [&](std::size_t nth, bool for_good) {
+        Use(start->Clone());
+        instruments().Reset();
+        const FailingAllocation failing(nth, for_good);
+        installer().Ask(&QxUCoInstallCard, DIF_INSTALLDEVICE, AdapterId(adapter));
+        int saved = 0;
+        for (const char* child : {"1", "2", "3", "4"}) {
+            std::string backup = KeyPath(AdapterId(adapter)) + kFirstBackup;
+            backup.replace(backup.rfind("_1_") + 1, 1, child).replace(backup.size() - 1, 1, child);
+            saved += machine().ReadText(backup, "PortName").has_value();
+        }
+        EXPECT_TRUE(for_good || saved >= 3) << saved << " after allocation " << nth;
+        return failing.Fired();
+    });
 }
 
 // Registration cannot say "no exception" to whoever registers; it says that memory was short, or worked.
