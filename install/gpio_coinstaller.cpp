@@ -45,8 +45,6 @@ std::optional<Text> CompanionLocation(const Text& location, WCHAR match, WCHAR c
 // function of the same adapter. The mutex exists for as long as one removal is under way, in any process, and
 // says to leave it at that; nobody ever waits for it.
 void BeforeRemove(HDEVINFO set, SP_DEVINFO_DATA& gpio) {
-    // A mutex that is made anew need not change the last error, and an old one must not pass for the answer.
-    SetLastError(NO_ERROR);
     const KernelObject mutex(CreateMutexW(nullptr, FALSE, kGpioRemovalMutex));
     const DWORD error = GetLastError();
     if (mutex && (error == ERROR_ALREADY_EXISTS || error == ERROR_ACCESS_DENIED))
