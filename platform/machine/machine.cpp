@@ -291,6 +291,7 @@ MachineState::MachineState(const MachineState& other) {
 MachineState& MachineState::operator=(const MachineState& other) {
     if (this == &other)
         return *this;
+    schema = other.schema;
     about = other.about;
     major_version = other.major_version;
     minor_version = other.minor_version;

@@ -218,7 +218,8 @@ struct MachineState {
     MachineState& operator=(MachineState&&) noexcept = default;
     ~MachineState() = default;
 
-    std::string about;  // what a machine file's writer says of it; UTF-8
+    std::string schema;  // what a machine file names as its JSON schema; UTF-8
+    std::string about;   // what a machine file's writer says of it; UTF-8
     DWORD major_version = 10;
     DWORD minor_version = 0;
     DWORD build = 19045;
@@ -235,7 +236,8 @@ struct MachineState {
     std::map<WideString, std::vector<WideString>, CaselessLess> dos_names;
 };
 
-// What is wrong with a machine file: "line 42: devices[1].settings.Baudrate: expected a number ...".
+// What is wrong with a machine file, a line for each mistake:
+// "line 42, column 17: devices[1].settings.Baudrate: expected a number ...".
 class MachineFileError : public std::runtime_error {
   public:
     using std::runtime_error::runtime_error;
@@ -264,11 +266,11 @@ class Machine : public MachineState {
     // The computer that answers the calls; an empty one when none was made current.
     [[nodiscard]] static Machine& Current();
 
-    // --- machine files. All throw MachineFileError; `name` stands in messages.
+    // --- machine files. All throw MachineFileError.
     [[nodiscard]] static std::unique_ptr<Machine> Load(const std::filesystem::path& file);
     [[nodiscard]] static std::unique_ptr<Machine> FromJson(std::string_view json);
     // Writes beside the file, then renames: never half-written. A link stays one, and the file its
-    // permissions.
+    // permissions; a write-protected file stays as it is.
     void Save(const std::filesystem::path& file) const;
     [[nodiscard]] std::string ToJson() const;
 
@@ -281,6 +283,8 @@ class Machine : public MachineState {
     [[nodiscard]] static std::unique_ptr<Machine> Reopen(const MachineState& state);
     // A running twin, names and all (not its handles, mutexes and processes): cheap, for sweeps.
     [[nodiscard]] std::unique_ptr<Machine> Clone() const;
+    // Starts every device anew, as a restart does.
+    void Boot();
 
     // --- registry, outside the calls: nothing is traced, checked or counted
     // Path under HKEY_LOCAL_MACHINE (or another predefined key); null when absent.
@@ -381,7 +385,6 @@ class Machine : public MachineState {
 
   private:
     friend class CurrentMachine;
-    void Boot();
     void TakeStoredSettings(Device& device) const;
     std::unique_ptr<Handles> handles_;
     std::map<DEVINST, unsigned> reenumerations_;

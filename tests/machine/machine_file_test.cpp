@@ -1,7 +1,9 @@
 // Machine files: what is filled in, what comes back, and what is said about mistakes.
+#include "platform/machine/machine_file.h"
 #include "tests/support/machine_fixture.h"
 
 #include <gmock/gmock.h>
+#include <nlohmann/json.hpp>
 
 #include <filesystem>
 #include <fstream>
@@ -62,7 +64,7 @@ TEST_F(MachineFileTest, ExamplesLoadWithNamesThatAgreeAndComeBackUnchanged) {
         }
         const std::string saved = loaded->ToJson();
         EXPECT_EQ(Machine::FromJson(saved)->ToJson(), saved);
-        EXPECT_THAT(saved, testing::StartsWith("{\n  \"about\": \"A "));
+        EXPECT_THAT(saved, testing::StartsWith("{\n  \"format\": 1,\n  \"about\": \"A "));
         EXPECT_EQ(Machine::Reopen(loaded->Snapshot())->ToJson(),
                   Machine::Reopen(*Machine::FromJson(saved))->ToJson());
         ++count;
@@ -105,23 +107,100 @@ TEST_F(MachineFileTest, WhatIsMissingStaysMissing) {
     EXPECT_EQ(second->HardwareKey(*second->Find("QX\\P\\2")), nullptr);
 }
 
-TEST_F(MachineFileTest, MistakesAreNamedByLineAndKey) {
-    EXPECT_EQ(ErrorOf("{\n \"devices\": [\n  {\"id\": \"A\\\\B\\\\C\", \"port\": \"COM5\", \"settings\":\n"
-                      "   {\"Baudrate\": -1\n}}]}"),
-              "line 4: devices[0].settings.Baudrate: expected a number 0..4294967295");
-    EXPECT_EQ(ErrorOf("{\"devices\": [{\"id\": \"A\\\\B\\\\C\",\n\"prot\": \"COM5\"}]}"),
-              "line 2: devices[0].prot: unknown key");
-    EXPECT_EQ(ErrorOf(R"({"devices": [{"port": "COM5"}]})"), "line 1: devices[0]: \"id\" is missing");
-    EXPECT_EQ(ErrorOf(R"({"devices": [{"id": "A"}, {"id": "a"}]})"),
-              "line 1: devices[1].id: the id of a device must be its own");
-    EXPECT_EQ(ErrorOf("{\n\"system\": {\"version\": \"ten\"}}"),
-              "line 2: system.version: expected a version such as \"6.1\" or \"10.0\"");
-    EXPECT_EQ(ErrorOf(R"({"system": {}, "system": {}})"), "line 1: \"system\" stands twice in one object");
-    EXPECT_EQ(ErrorOf(R"({"portDatabase": {"claimed": [257]}})"),
-              "line 1: portDatabase.claimed[0]: expected a number 1..256");
-    EXPECT_THAT(ErrorOf("{\n\"devices\": [\n"), testing::StartsWith("line 2: syntax error"));
+// A stored file is changed by the keys that a file written by hand has, and each fact stands there once.
+TEST_F(MachineFileTest, AStoredFileIsEditedLikeAnyOther) {
+    const auto first = Machine::FromJson(R"({"devices": [{"id": "USB\\A\\1", "class": "USB", "children": [
+        {"id": "QX\\P\\1", "port": "COM5", "settings": {"Baudrate": 115200}}]}]})");
+    nlohmann::json file = nlohmann::json::parse(first->ToJson());
+    nlohmann::json& ports = file["devices"][0]["children"];
+    ports[0]["settings"]["Baudrate"] = 57600;
+    ports[0]["port"] = "COM9";
+    ports.push_back({{"id", "QX\\P\\2"}, {"port", "COM6"}});
+    const auto edited = Machine::FromJson(file.dump());
+    const auto restarted = Machine::Reopen(edited->Snapshot());
+    for (const Machine* each : {edited.get(), restarted.get()}) {
+        const qxsim::Device& port = *each->Find("QX\\P\\1");
+        EXPECT_EQ(port.control->settings["Baudrate"], 57600U);
+        EXPECT_EQ(each->NamesOf(port).friendly_name, "Veltramark Serial Port (COM9)");
+        EXPECT_THAT(each->NamesOf(port).dos_names, ElementsAre("COM9"));
+        EXPECT_EQ(each->NamesOf(*each->Find("QX\\P\\2")).serial_comm, "COM6");
+        EXPECT_THAT(each->ClaimedNumbers(), ElementsAre(6U, 9U));
+    }
+    const std::string stored = edited->ToJson();
+    EXPECT_EQ(stored.find("57600"), stored.rfind("57600"));
+    EXPECT_EQ(nlohmann::json::parse(stored)["devices"][0]["children"][1]["port"], "COM6");
+}
+
+TEST_F(MachineFileTest, ADriverRunsWithOneSettingAndStartsWithAnother) {
+    const auto first = Machine::FromJson(R"({"devices": [{"id": "QX\\P\\1", "port": "COM5",
+        "settings": {"Baudrate": 115200, "Parity": 1}, "values": {"Baudrate": 4800, "Parity": null}},
+        {"id": "QX\\P\\2", "port": "COM6"}]})");
+    first->Find("QX\\P\\2")->disabled = true;  // while it was in use
+    const auto again = Machine::FromJson(first->ToJson());
+    EXPECT_EQ(again->ToJson(), first->ToJson());
+    EXPECT_EQ(again->Find("QX\\P\\1")->control->settings["Baudrate"], 115200U);
+    EXPECT_EQ(again->HardwareKey(*again->Find("QX\\P\\1"))->Find(TEXT("Parity")), nullptr);
+    EXPECT_TRUE(again->Find("QX\\P\\2")->started);
+    EXPECT_EQ(again->DosTarget("COM6"), first->DosTarget("COM6"));
+    const auto restarted = Machine::Reopen(again->Snapshot());
+    EXPECT_EQ(restarted->Find("QX\\P\\1")->control->settings["Baudrate"], 4800U);
+    EXPECT_FALSE(restarted->Find("QX\\P\\2")->started);
+}
+
+TEST_F(MachineFileTest, MistakesAreNamedByPlaceAndKey) {
+    const std::pair<const char*, const char*> cases[] = {
+        {R"({"devices": [{"port": "COM5"}]})", R"(column 14: devices[0]: "id" is missing)"},
+        {R"({"devices": [{"id": "A\\B\\C"}, {"id": "a\\b\\c"}]})",
+         "column 40: devices[1].id: duplicate device id"},
+        {R"({"devices": [{"id": "nobackslash"}]})", "three parts"},
+        {R"({"devices": [{"id": "A\\B\\C", "port": "com7"}]})", "expected a COM name"},
+        {R"({"devices": [{"id": "A\\B\\C", "port": "COM007"}]})", "expected a COM name"},
+        {R"({"devices": [{"id": "A\\B\\C", "port": "LPT1"}]})", "expected a COM name"},
+        {R"({"devices": [{"id": "A\\B\\C", "port": "COM300"}]})", "has 256 numbers"},
+        {"{\n\"system\": {\"version\": \"ten\"}}", "line 2, column 23: system.version: expected a version"},
+        {R"({"system": {}, "system": {}})", "line 1, column 16: duplicate key \"system\""},
+        {R"({"portDatabase": {"alsoClaimed": [257]}})", "expected a number from 1 to 256"},
+        {R"({"registry": {"HKEY_USERS": {"a\\\\b": {}}}})", "an empty name"},
+        {"{\n\"devices\": [\n", "line 3, column 1: not valid JSON: unexpected end of input"},
+        {R"({"format": 2, "anything": 1})", "column 12: format: this program reads files of format 1"},
+        {"[]", "line 1, column 1: expected an object"},
+    };
+    for (const auto& [file, says] : cases)
+        EXPECT_THAT(ErrorOf(file), testing::HasSubstr(says)) << file;
     EXPECT_THAT(ErrorOf(std::string(1000, '[')), testing::HasSubstr("nested too deeply"));
-    EXPECT_EQ(ErrorOf("[]"), "line 1: expected an object");
+    // All of a file's mistakes in one go, past comments.
+    EXPECT_EQ(
+        ErrorOf(
+            "{\"devices\": [ // the bench\n  {\"id\": \"A\\\\B\\\\C\", \"prot\": \"COM5\", \"settings\":\n"
+            "   {\"Baudrate\": /* none */ -1,\n    \"Partiy\": 2}}], \"abuot\": 1}"),
+        "line 2, column 21: devices[0].prot: unknown key; did you mean \"port\"?\n"
+        "line 3, column 4: devices[0].settings: the device has no control device\n"
+        "line 4, column 21: abuot: unknown key; did you mean \"about\"?");
+    EXPECT_EQ(ErrorOf("{\"devices\": [{\"id\": \"A\\\\B\\\\C\", \"port\": \"COM5\", \"settings\":\n"
+                      "   {\"Baudrate\": /* none */ -1,\n    \"Partiy\": 2}}]}"),
+              "line 2, column 28: devices[0].settings.Baudrate: expected a number from 0 to 4294967295\n"
+              "line 3, column 5: devices[0].settings.Partiy: no such setting; did you mean \"Parity\"?");
+}
+
+// Editors complete the keys that this has.
+TEST_F(MachineFileTest, TheSchemaHasTheKeysThatTheReaderKnows) {
+    std::ifstream in(QX_SCHEMA);
+    const nlohmann::json schema = nlohmann::json::parse(in);
+    const auto& keys = qxsim::MachineFileKeys();
+    EXPECT_EQ(schema["$ref"], "#/$defs/machine");
+    for (const auto& [object, known] : keys) {
+        const nlohmann::json& definition = schema["$defs"][object];
+        EXPECT_EQ(definition["additionalProperties"], false) << object;
+        std::vector<std::string> properties;
+        for (const auto& [name, about] : definition["properties"].items()) {
+            properties.push_back(name);
+            EXPECT_TRUE(about.contains("description")) << object << '.' << name;
+        }
+        EXPECT_THAT(properties, testing::UnorderedElementsAreArray(known)) << object;
+    }
+    const auto loaded = Machine::FromJson(R"({"$schema": "my.schema.json", "format": 1})");
+    EXPECT_THAT(loaded->ToJson(),
+                testing::StartsWith("{\n  \"$schema\": \"my.schema.json\",\n  \"format\": 1,"));
 }
 
 TEST_F(MachineFileTest, SavingReplacesTheFileWholeOrLeavesIt) {
@@ -163,9 +242,17 @@ TEST_F(MachineFileTest, SavingReplacesTheFileWholeOrLeavesIt) {
         static_cast<void>(Machine::Load(file));
         ADD_FAILURE();
     } catch (const qxsim::MachineFileError& error) {
-        EXPECT_EQ(std::string(error.what()), file.string() + ": line 2: x: unknown key");
+        EXPECT_EQ(std::string(error.what()), file.string() + ": line 2, column 1: x: unknown key");
     }
     EXPECT_THROW(static_cast<void>(Machine::Load(folder / "none.json")), qxsim::MachineFileError);
+    // Write-protected also means: against those whom the system would let write.
+    std::filesystem::permissions(file, std::filesystem::perms::owner_read);
+    try {
+        machine().Save(file);
+        ADD_FAILURE();
+    } catch (const qxsim::MachineFileError& error) {
+        EXPECT_EQ(std::string(error.what()), file.string() + " is write-protected");
+    }
     std::filesystem::remove_all(folder);
 }
 
