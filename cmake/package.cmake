@@ -3,7 +3,8 @@ install(FILES $<TARGET_FILE:QxUUI10> DESTINATION . COMPONENT library)
 install(FILES $<TARGET_FILE_DIR:QxUUI10>/QxUUI10.debug DESTINATION symbols COMPONENT library)
 install(FILES package/README.md package/REGISTRATION.md package/QxUUI10-example-usb-adapter.inf
               package/QxUUI10-example-port.inf package/QxUUI10-example-pci-card.inf
-              package/QxUUI10-example-pci-gpio.inf LICENSE
+              package/QxUUI10-example-pci-gpio.inf package/DRIVERS.md package/qxsettings.h docs/settings-stream.md
+              docs/registry-layout.md LICENSE
         DESTINATION . COMPONENT library)
 
 set(CPACK_GENERATOR ZIP)

@@ -1,29 +1,18 @@
 // The example INFs: that they can be installed as they are, and that the check would notice if they could
 // not.
 #include "tests/package/inf_check.h"
+#include "tests/package/sources.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <nlohmann/json.hpp>
 
-#include <filesystem>
-#include <fstream>
-#include <sstream>
-
 namespace {
 
 using testing::Contains;
 using testing::HasSubstr;
 using testing::IsEmpty;
-
-const std::filesystem::path kSource = QX_SOURCE_DIR;
-
-std::string Contents(const std::filesystem::path& file) {
-    std::ostringstream text;
-    text << std::ifstream(file).rdbuf();
-    return text.str();
-}
 
 void AddInstances(const nlohmann::json& devices, std::vector<std::string>& instances) {
     for (const nlohmann::json& device : devices) {
@@ -38,7 +27,7 @@ infcheck::Package ExamplePackage() {
     for (const auto& file : std::filesystem::directory_iterator(kSource / "package"))
         if (file.path().extension() == ".inf")
             package.infs[file.path().filename().string()] = Contents(file.path());
-    std::istringstream definition(Contents(kSource / "module/QxUUI10.def"));
+    std::istringstream definition(Contents("module/QxUUI10.def"));
     for (std::string word; definition >> word;)
         package.entries.insert(word);
     for (const auto& file : std::filesystem::directory_iterator(kSource / "examples"))

@@ -12,6 +12,8 @@
 
 #include <stddef.h>
 
+#include "package/qxsettings.h"
+
 // Documented, and missing from the mingw-w64 headers.
 NTSYSAPI NTSTATUS NTAPI ZwCreateSymbolicLinkObject(HANDLE* link, ACCESS_MASK access,
                                                    OBJECT_ATTRIBUTES* attributes, UNICODE_STRING* target);
@@ -36,26 +38,13 @@ void* memset(void* to, int value, size_t count) {
     return to;
 }
 
-static const GUID kControlClass = {
-    0x6c1b7d42, 0x3e5a, 0x4f0b, {0x9a, 0x61, 0x2d, 0x8e, 0x57, 0xc4, 0xb9, 0x13}};
+static const GUID kControlClass = QX_CONTROL_CLASS;
 
-#define REQUEST_SETTINGS_SIZE 0x8001E000u
-#define REQUEST_SETTINGS 0x8001E004u
-#define REQUEST_CHANGE_SETTINGS 0x8001E008u
-#define REQUEST_DEFAULTS_SIZE 0x8001E010u
-#define REQUEST_DEFAULTS 0x8001E014u
-
-#define HEADER_BYTES 8u
-#define PORT_NUMBERS 33u
-#define BUS_NUMBERS_BEFORE_TEXT 6u
-#define BUS_NUMBERS 13u
 #define TEXT_CAPACITY 64u
 
-enum { kMaxBaudRate = 1, kBaudRate = 4 };
-
 typedef struct {
-    ULONG port[PORT_NUMBERS];
-    ULONG bus[BUS_NUMBERS];
+    ULONG port[QX_PORT_NUMBERS];
+    ULONG bus[QX_BUS_NUMBERS];
     char interface_type[TEXT_CAPACITY];
     ULONG interface_type_length;
 } Settings;
@@ -153,7 +142,7 @@ static NTSTATUS ReferenceOf(DEVICE_OBJECT* physical, Name* reference) {
     if (!NT_SUCCESS(status))
         return status;
     Begin(reference);
-    AddText(reference, L"qxgendrv_");
+    AddText(reference, L"" QX_REFERENCE_PREFIX);
     length = ((const KeyName*)key_name)->NameLength / sizeof(WCHAR);
     for (i = LastParts(name, length, 2); i < length; ++i) {
         if (name[i] != L'\\')
@@ -206,7 +195,7 @@ static NTSTATUS PublishInterface(Extension* extension, const UNICODE_STRING* int
 
     Begin(&path);
     AddText(&path, L"\\Registry\\Machine\\System\\CurrentControlSet\\Control\\DeviceClasses\\");
-    AddText(&path, L"{6C1B7D42-3E5A-4F0B-9A61-2D8E57C4B913}\\##?#");
+    AddText(&path, L"" QX_CONTROL_CLASS_TEXT L"\\##?#");
     Add(&path, device.text, CountUnits(&device.string));
     AddText(&path, L"\\#");
     Add(&path, interface_link->Buffer + reference, length - reference);
@@ -292,23 +281,24 @@ static ULONG GetNumber(const UCHAR* in) {
 }
 
 static ULONG StreamBytes(const Settings* settings, ULONG selector) {
-    return selector == 0 ? 4 * PORT_NUMBERS : 4 * BUS_NUMBERS + 4 + settings->interface_type_length + 1;
+    return selector == QX_PORT_SET ? QX_PORT_STREAM_BYTES
+                                   : QX_BUS_STREAM_BYTES(settings->interface_type_length);
 }
 
 static void WriteStream(const Settings* settings, ULONG selector, UCHAR* out) {
     ULONG i;
-    if (selector == 0) {
-        for (i = 0; i < PORT_NUMBERS; ++i, out += 4)
+    if (selector == QX_PORT_SET) {
+        for (i = 0; i < QX_PORT_NUMBERS; ++i, out += 4)
             PutNumber(out, settings->port[i]);
         return;
     }
-    for (i = 0; i < BUS_NUMBERS_BEFORE_TEXT; ++i, out += 4)
+    for (i = 0; i < QX_BUS_NUMBERS_BEFORE_TEXT; ++i, out += 4)
         PutNumber(out, settings->bus[i]);
     PutNumber(out, settings->interface_type_length);
     memcpy(out + 4, settings->interface_type, settings->interface_type_length);
     out += 4 + settings->interface_type_length;
     *out++ = 0;
-    for (; i < BUS_NUMBERS; ++i, out += 4)
+    for (; i < QX_BUS_NUMBERS; ++i, out += 4)
         PutNumber(out, settings->bus[i]);
 }
 
@@ -327,26 +317,26 @@ static BOOLEAN ClockMakes(ULONG baud_rate) {
 static NTSTATUS ReadStream(Settings* settings, ULONG selector, const UCHAR* in, ULONG bytes) {
     Settings changed = *settings;
     ULONG i, text;
-    if (selector == 0) {
-        if (bytes != 4 * PORT_NUMBERS)
+    if (selector == QX_PORT_SET) {
+        if (bytes != QX_PORT_STREAM_BYTES)
             return STATUS_INVALID_PARAMETER;
-        for (i = 0; i < PORT_NUMBERS; ++i)
+        for (i = 0; i < QX_PORT_NUMBERS; ++i)
             changed.port[i] = GetNumber(in + 4 * i);
-        if (!ClockMakes(changed.port[kBaudRate]))
+        if (!ClockMakes(changed.port[QX_PORT_Baudrate]))
             return STATUS_INVALID_PARAMETER;
     } else {
-        if (bytes < 4 * BUS_NUMBERS + 5)
+        if (bytes < QX_BUS_STREAM_BYTES(0))
             return STATUS_INVALID_PARAMETER;
-        for (i = 0; i < BUS_NUMBERS_BEFORE_TEXT; ++i)
+        for (i = 0; i < QX_BUS_NUMBERS_BEFORE_TEXT; ++i)
             changed.bus[i] = GetNumber(in + 4 * i);
-        in += 4 * BUS_NUMBERS_BEFORE_TEXT;
+        in += 4 * QX_BUS_NUMBERS_BEFORE_TEXT;
         text = GetNumber(in);
-        if (text >= TEXT_CAPACITY || bytes != 4 * BUS_NUMBERS + 4 + text + 1 || in[4 + text] != 0)
+        if (text >= TEXT_CAPACITY || bytes != QX_BUS_STREAM_BYTES(text) || in[4 + text] != 0)
             return STATUS_INVALID_PARAMETER;
         memcpy(changed.interface_type, in + 4, text);
         changed.interface_type_length = text;
         in += 4 + text + 1;
-        for (; i < BUS_NUMBERS; ++i, in += 4)
+        for (; i < QX_BUS_NUMBERS; ++i, in += 4)
             changed.bus[i] = GetNumber(in);
     }
     *settings = changed;
@@ -357,24 +347,25 @@ static NTSTATUS Answer(Extension* extension, ULONG request, UCHAR* buffer, ULONG
                        ULONG_PTR* returned) {
     const Settings* asked = &extension->settings;
     ULONG selector, needed;
-    if (in_bytes < HEADER_BYTES || buffer == NULL)
+    if (in_bytes < QX_HEADER_BYTES || buffer == NULL)
         return STATUS_INVALID_PARAMETER;
     selector = GetNumber(buffer);
-    if (selector > 1 || GetNumber(buffer + 4) != 0xFFFFFFFFu)
+    if (selector > QX_BUS_SET || GetNumber(buffer + 4) != QX_HEADER_ONES)
         return STATUS_INVALID_PARAMETER;
-    if (request == REQUEST_CHANGE_SETTINGS)
-        return ReadStream(&extension->settings, selector, buffer + HEADER_BYTES, in_bytes - HEADER_BYTES);
-    if (request == REQUEST_DEFAULTS_SIZE || request == REQUEST_DEFAULTS)
+    if (request == QX_SET_SETTINGS)
+        return ReadStream(&extension->settings, selector, buffer + QX_HEADER_BYTES,
+                          in_bytes - QX_HEADER_BYTES);
+    if (request == QX_GET_DEFAULT_SETTINGS_SIZE || request == QX_GET_DEFAULT_SETTINGS)
         asked = &kDefaults;
     needed = StreamBytes(asked, selector);
-    if (request == REQUEST_SETTINGS_SIZE || request == REQUEST_DEFAULTS_SIZE) {
+    if (request == QX_GET_SETTINGS_SIZE || request == QX_GET_DEFAULT_SETTINGS_SIZE) {
         if (out_bytes < 4)
             return STATUS_BUFFER_TOO_SMALL;
         PutNumber(buffer, needed);
         *returned = 4;
         return STATUS_SUCCESS;
     }
-    if (request != REQUEST_SETTINGS && request != REQUEST_DEFAULTS)
+    if (request != QX_GET_SETTINGS && request != QX_GET_DEFAULT_SETTINGS)
         return STATUS_INVALID_DEVICE_REQUEST;
     if (out_bytes < needed)
         return STATUS_BUFFER_TOO_SMALL;
