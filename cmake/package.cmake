@@ -4,7 +4,7 @@ install(FILES $<TARGET_FILE_DIR:QxUUI10>/QxUUI10.debug DESTINATION symbols COMPO
 install(FILES package/README.md package/REGISTRATION.md package/QxUUI10-example-usb-adapter.inf
               package/QxUUI10-example-port.inf package/QxUUI10-example-pci-card.inf
               package/QxUUI10-example-pci-gpio.inf package/DRIVERS.md package/qxsettings.h docs/settings-stream.md
-              docs/registry-layout.md LICENSE
+              docs/registry-layout.md help/QxUUI51.chm LICENSE
         DESTINATION . COMPONENT library)
 
 set(CPACK_GENERATOR ZIP)

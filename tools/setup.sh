@@ -6,7 +6,7 @@
 
 qx_packages() {
     case $1 in
-        native) echo "cmake ninja-build g++ ccache libgtest-dev libgmock-dev libcli11-dev nlohmann-json3-dev llvm" ;;
+        native) echo "cmake ninja-build g++ ccache libgtest-dev libgmock-dev libcli11-dev nlohmann-json3-dev llvm libchm-bin" ;;
         bench) echo "libbenchmark-dev libnanopb-dev libmsgpack-dev" ;;
         format) echo "clang-format" ;;
         sanitize) echo "clang libclang-rt-14-dev" ;;
