@@ -50,7 +50,7 @@ class ChoiceBox final : public Control {
                 return Select(static_cast<int>(wparam));
             case CB_GETLBTEXT:
                 return index < entries_.size()
-                           ? CopyText(entries_[index].text, entries_[index].text.size() + 1, lparam)
+                           ? AnswerText(entries_[index].text, entries_[index].text.size() + 1, lparam)
                            : CB_ERR;
             case CB_GETLBTEXTLEN:
                 return index < entries_.size() ? static_cast<LRESULT>(entries_[index].text.size()) : CB_ERR;
@@ -94,7 +94,7 @@ class ChoiceBox final : public Control {
                 SetFieldText(lparam != 0 ? PointerOf<const WCHAR>(lparam) : u"");
                 return TRUE;
             case WM_GETTEXT:
-                return CopyText(ShownText(), wparam, lparam);
+                return AnswerText(ShownText(), wparam, lparam);
             case WM_GETTEXTLENGTH:
                 return static_cast<LRESULT>(ShownText().size());
             case WM_ENABLE:
@@ -182,7 +182,7 @@ class ChoiceBox final : public Control {
         for (int step = 1; step <= count; ++step) {
             const int at = (std::max(after, -1) + step) % count;
             const WideView entry = entries_[static_cast<std::size_t>(at)].text;
-            if (SameName(whole ? entry : entry.substr(0, text.size()), text))
+            if (EqualsCaseless(whole ? entry : entry.substr(0, text.size()), text))
                 return at;
         }
         return CB_ERR;

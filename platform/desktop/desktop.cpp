@@ -41,10 +41,10 @@ UINT ColorRequestFor(const Window& window) {
     const WideString& name = window.window_class->name;
     if (window.is_dialog)
         return WM_CTLCOLORDLG;
-    if (SameName(name, WC_EDITW) || SameName(name, WC_COMBOBOXW))
+    if (EqualsCaseless(name, WC_EDITW) || EqualsCaseless(name, WC_COMBOBOXW))
         return window.Enabled() && !(window.style & ES_READONLY) ? WM_CTLCOLOREDIT : WM_CTLCOLORSTATIC;
     const DWORD type = window.style & BS_TYPEMASK;
-    if (SameName(name, WC_BUTTONW) && (type == BS_PUSHBUTTON || type == BS_DEFPUSHBUTTON))
+    if (EqualsCaseless(name, WC_BUTTONW) && (type == BS_PUSHBUTTON || type == BS_DEFPUSHBUTTON))
         return WM_CTLCOLORBTN;
     return WM_CTLCOLORSTATIC;
 }

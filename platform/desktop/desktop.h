@@ -108,7 +108,7 @@ struct ShellRequest {
     int show = 0;
 };
 
-class QX_SIMULATOR_API Desktop {
+class Desktop {
   public:
     static Desktop& The();
 

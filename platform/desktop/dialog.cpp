@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cstring>
 
 namespace qxsim {
 
@@ -28,12 +27,9 @@ class Reader {
 
     template <typename Value>
     Value Take() {
-        Value value{};
-        if (at_ + sizeof(Value) <= bytes_.size())
-            std::memcpy(&value, bytes_.data() + at_, sizeof(Value));
-        else
-            failed_ = true;
+        const auto value = ReadAt<Value>(bytes_, at_);
         at_ += sizeof(Value);
+        failed_ = failed_ || at_ > bytes_.size();
         return value;
     }
 
@@ -175,7 +171,7 @@ HWND MakeDialog(const DialogTemplate& description, const NewDialog& dialog, DWOR
         control.ex_style = item.ex_style;
         control.units = item.units;
         control.rect = UnitsToPixels(item.units);
-        if (SameName(item.class_name, u"ComboBox"))  // the template says how far the list drops down
+        if (EqualsCaseless(item.class_name, u"ComboBox"))  // the template says how far the list drops down
             control.rect.bottom = control.rect.top + kChoiceBoxHeight;
         control.parent = window;
         control.id = item.id;
@@ -188,7 +184,7 @@ HWND MakeDialog(const DialogTemplate& description, const NewDialog& dialog, DWOR
             Destroy(window, undone);
             return nullptr;
         }
-        if ((item.style & BS_TYPEMASK) == BS_DEFPUSHBUTTON && SameName(item.class_name, u"Button"))
+        if ((item.style & BS_TYPEMASK) == BS_DEFPUSHBUTTON && EqualsCaseless(item.class_name, u"Button"))
             ref->default_button = item.id;
     }
     ref->dialog_procedure = dialog.procedure;

@@ -84,9 +84,9 @@ std::string MessageName(HWND window, UINT message) {
     std::span<const NamedMessage> own;
     if (const WindowRef ref = FindWindowRef(window)) {
         const WideString& name = ref->window_class->name;
-        if (SameName(name, TRACKBAR_CLASSW))
+        if (EqualsCaseless(name, TRACKBAR_CLASSW))
             own = kOfSliders;
-        else if (SameName(name, TOOLTIPS_CLASSW))
+        else if (EqualsCaseless(name, TOOLTIPS_CLASSW))
             own = kOfTooltips;
         else if (ref->kind == WindowKind::kSheet)
             own = kOfSheets;

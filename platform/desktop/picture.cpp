@@ -18,17 +18,6 @@ constexpr const char* kFace = "#f0f0f0";
 constexpr const char* kInk = "#000000";
 constexpr const char* kGray = "#6d6d6d";
 
-// The text as it is read: without the marks of access keys, which two of them in a row escape.
-std::string Readable(const std::string& text) {
-    std::string readable;
-    for (std::size_t at = 0; at < text.size(); ++at) {
-        if (text[at] == '&' && ++at == text.size())
-            break;
-        readable.push_back(text[at]);
-    }
-    return readable;
-}
-
 int WidthOf(const RECT& rect) {
     return rect.right - rect.left;
 }
@@ -164,7 +153,7 @@ class ControlDrawer {
           y_(top + control.pixels.top),
           width_(WidthOf(control.pixels)),
           height_(HeightOf(control.pixels)),
-          text_(Readable(control.text)),
+          text_(WithoutAccessKeys(control.text)),
           ink_(control.enabled ? ColorText(Desktop::The().ColorsOf(control.window).text, kInk) : kGray),
           background_(std::move(background)) {}
 
@@ -293,8 +282,9 @@ void AddClipped(const WindowPicture& window, std::vector<std::string>& clipped) 
     for (const ControlPicture& control : window.controls) {
         if (control.kind == "picture" || control.kind == "slider" || control.kind == "tab")
             continue;
-        check(control, control.kind == "label" && (control.style & SS_NOPREFIX) ? control.text
-                                                                                : Readable(control.text));
+        check(control, control.kind == "label" && (control.style & SS_NOPREFIX)
+                           ? control.text
+                           : WithoutAccessKeys(control.text));
         for (const ChoiceEntry& entry : control.entries)
             check(control, entry.text);
     }

@@ -10,10 +10,10 @@ namespace qxsim {
 
 // The window as an SVG document, `scale` times as large as on the screen. A sheet shows its page in front.
 // Colours are asked of the dialogs, so the window must still be open.
-[[nodiscard]] QX_SIMULATOR_API std::string SvgPicture(const WindowPicture& window, double scale = 1.0);
+[[nodiscard]] std::string SvgPicture(const WindowPicture& window, double scale = 1.0);
 
 // The controls of the window, and of all its opened pages, whose text does not fit in their rectangle with
 // the dialog font: one readable line each.
-[[nodiscard]] QX_SIMULATOR_API std::vector<std::string> ClippedTexts(const WindowPicture& window);
+[[nodiscard]] std::vector<std::string> ClippedTexts(const WindowPicture& window);
 
 }  // namespace qxsim

@@ -27,7 +27,7 @@ class TabControl final : public Control {
                 if (!item || wparam >= texts_.size())
                     return FALSE;
                 if (item->mask & TCIF_TEXT)
-                    CopyText(texts_[wparam], static_cast<WPARAM>(item->cchTextMax), ToLparam(item->pszText));
+                    CopyText(texts_[wparam], static_cast<std::size_t>(item->cchTextMax), item->pszText);
                 return TRUE;
             }
             default:

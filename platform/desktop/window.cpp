@@ -5,7 +5,6 @@
 #include "platform/desktop/drawing.h"
 
 #include <algorithm>
-#include <atomic>
 #include <deque>
 #include <map>
 #include <set>
@@ -33,10 +32,6 @@ std::lock_guard<std::recursive_mutex> LockTable() {
     return std::lock_guard(Instruments::The().Lock());
 }
 
-WCHAR LowerAscii(WCHAR unit) {
-    return unit >= u'A' && unit <= u'Z' ? static_cast<WCHAR>(unit + 32) : unit;
-}
-
 // The windows that a window owns.
 std::vector<HWND> OwnedBy(HWND owner) {
     const auto lock = LockTable();
@@ -57,16 +52,6 @@ void Control::Describe(ControlPicture&) const {}
 
 LRESULT Control::NotifyParent(UINT code) const {
     return Send(window_.parent, WM_COMMAND, MAKEWPARAM(window_.id, code), ToLparam(window_.handle));
-}
-
-DWORD ThreadNumber() {
-    static std::atomic<DWORD> next{1};
-    thread_local const DWORD number = next++;
-    return number;
-}
-
-bool SameName(WideView one, WideView other) {
-    return std::ranges::equal(one, other, {}, LowerAscii, LowerAscii);
 }
 
 WindowRef FindWindowRef(HWND window) {
@@ -104,7 +89,7 @@ HWND MakeWindow(const NewWindow& description, DWORD& error, Call* call) {
     window->units = description.units;
     window->procedure = window_class->procedure;
     window->process = CurrentSimulatedProcess();
-    window->thread = ThreadNumber();
+    window->thread = CurrentThreadNumber();
     window->kind = description.kind;
     window->resource = description.resource;
     window->activation_context = ActiveContext();
@@ -213,7 +198,7 @@ LRESULT DefaultProcedure(HWND window, UINT message, WPARAM wparam, LPARAM lparam
             ref->dirty = true;
             return TRUE;
         case WM_GETTEXT:
-            return CopyText(ref->text, wparam, lparam);
+            return AnswerText(ref->text, wparam, lparam);
         case WM_GETTEXTLENGTH:
             return static_cast<LRESULT>(ref->text.size());
         case WM_SETFONT:
@@ -250,12 +235,12 @@ void Post(HWND window, UINT message, WPARAM wparam, LPARAM lparam) {
     posted.message = message;
     posted.wParam = wparam;
     posted.lParam = lparam;
-    Table().posted[ref ? ref->thread : ThreadNumber()].push_back(posted);
+    Table().posted[ref ? ref->thread : CurrentThreadNumber()].push_back(posted);
 }
 
 bool TakePosted(MSG& message, bool remove) {
     const auto lock = LockTable();
-    std::deque<MSG>& queue = Table().posted[ThreadNumber()];
+    std::deque<MSG>& queue = Table().posted[CurrentThreadNumber()];
     if (queue.empty())
         return false;
     message = queue.front();
@@ -296,7 +281,7 @@ void Focus(HWND window) {
     HWND old = nullptr;
     {
         const auto lock = LockTable();
-        old = std::exchange(Table().focus[ThreadNumber()], window);
+        old = std::exchange(Table().focus[CurrentThreadNumber()], window);
     }
     if (old == window)
         return;
@@ -308,14 +293,14 @@ void Focus(HWND window) {
 
 HWND FocusedWindow() {
     const auto lock = LockTable();
-    return Table().focus[ThreadNumber()];
+    return Table().focus[CurrentThreadNumber()];
 }
 
 HWND ActiveWindow() {
     const auto lock = LockTable();
     for (const HWND window : TopLevelWindows()) {
         const WindowRef ref = FindWindowRef(window);
-        if (ref->thread == ThreadNumber() && ref->Visible() && ref->kind != WindowKind::kOther)
+        if (ref->thread == CurrentThreadNumber() && ref->Visible() && ref->kind != WindowKind::kOther)
             return window;
     }
     return nullptr;
@@ -384,7 +369,7 @@ void PaintInvalid() {
     {
         const auto lock = LockTable();
         for (const auto& [handle, window] : Table().windows)
-            if (window->thread == ThreadNumber() && window->dirty &&
+            if (window->thread == CurrentThreadNumber() && window->dirty &&
                 window->procedure != window->window_class->procedure)
                 waiting.push_back(window);
     }
@@ -406,7 +391,7 @@ std::vector<HWND> TopLevelWindows() {
 
 std::shared_ptr<const WindowClass> FindWindowClass(const WideString& name) {
     for (const auto& built_in : BuiltInClasses())
-        if (SameName(built_in->name, name))
+        if (EqualsCaseless(built_in->name, name))
             return built_in;
     return nullptr;
 }
@@ -418,14 +403,8 @@ void ForgetWindows() {
     Table().next_handle = next;
 }
 
-LRESULT CopyText(WideView text, WPARAM room, LPARAM buffer) {
-    if (room == 0 || !buffer)
-        return 0;
-    const std::size_t count = std::min<std::size_t>(text.size(), room - 1);
-    WCHAR* const out = PointerOf<WCHAR>(buffer);
-    std::ranges::copy(text.substr(0, count), out);
-    out[count] = u'\0';
-    return static_cast<LRESULT>(count);
+LRESULT AnswerText(WideView text, WPARAM room, LPARAM buffer) {
+    return static_cast<LRESULT>(CopyText(text, room, PointerOf<WCHAR>(buffer)));
 }
 
 }  // namespace qxsim

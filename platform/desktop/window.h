@@ -100,9 +100,6 @@ struct NewWindow {
     std::string resource;
 };
 
-// A number for the current thread, 1 for the first that asks.
-[[nodiscard]] DWORD ThreadNumber();
-
 // The window of a handle; null when there is none.
 [[nodiscard]] WindowRef FindWindowRef(HWND window);
 
@@ -153,14 +150,12 @@ void PaintInvalid();
 
 // --- classes ---
 [[nodiscard]] std::shared_ptr<const WindowClass> FindWindowClass(const WideString& name);
-[[nodiscard]] bool SameName(WideView one, WideView other);
 
 // Forgets all windows.
 void ForgetWindows();
 
-// Copies text the way WM_GETTEXT does: cut to the room, always with a terminator; the number of characters
-// copied.
-LRESULT CopyText(WideView text, WPARAM room, LPARAM buffer);
+// Answers WM_GETTEXT, and messages like it.
+LRESULT AnswerText(WideView text, WPARAM room, LPARAM buffer);
 
 template <typename Value>
 [[nodiscard]] Value* PointerOf(LPARAM lparam) {

@@ -206,7 +206,7 @@ int GetClassNameW(HWND window, LPWSTR buffer, int room) {
     if (!ref || room <= 0)
         return call.Fail(ref ? ERROR_INSUFFICIENT_BUFFER : ERROR_INVALID_WINDOW_HANDLE, 0);
     return call.Return(
-        static_cast<int>(CopyText(ref->window_class->name, static_cast<WPARAM>(room), ToLparam(buffer))));
+        static_cast<int>(CopyText(ref->window_class->name, static_cast<std::size_t>(room), buffer)));
 }
 
 namespace {

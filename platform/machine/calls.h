@@ -12,5 +12,5 @@
 #define QX_PLATFORM_CALL(name) decltype(::name) name
 #else
 // NOLINTNEXTLINE(bugprone-macro-parentheses): the argument is a name to declare
-#define QX_PLATFORM_CALL(name) __attribute__((visibility("default"))) decltype(::name) name __asm__(#name)
+#define QX_PLATFORM_CALL(name) decltype(::name) name __asm__(#name)
 #endif

@@ -3,7 +3,7 @@
 
 #include <algorithm>
 
-namespace qxsim QX_SIMULATOR_API {
+namespace qxsim {
 
 QX_PLATFORM_CALL(SetupDiGetClassDevsW);
 QX_PLATFORM_CALL(SetupDiCreateDeviceInfoList);
@@ -202,4 +202,4 @@ BOOL WINAPI SetupDiGetDeviceInstanceIdW(HDEVINFO handle, PSP_DEVINFO_DATA data, 
     return call.Return(TRUE);
 }
 
-}  // namespace QX_SIMULATOR_API
+}  // namespace qxsim

@@ -4,7 +4,7 @@
 #include <cctype>
 #include <numeric>
 
-namespace qxsim QX_SIMULATOR_API {
+namespace qxsim {
 
 namespace {
 
@@ -41,4 +41,4 @@ std::string DidYouMean(std::string_view word, const std::vector<std::string>& na
     return nearest == nullptr ? "" : "; did you mean \"" + *nearest + "\"?";
 }
 
-}  // namespace QX_SIMULATOR_API
+}  // namespace qxsim

@@ -7,9 +7,9 @@
 #include <string_view>
 #include <vector>
 
-namespace qxsim QX_SIMULATOR_API {
+namespace qxsim {
 
 // "; did you mean \"settings\"?" when one of the names is close to the word, else nothing.
 [[nodiscard]] std::string DidYouMean(std::string_view word, const std::vector<std::string>& names);
 
-}  // namespace QX_SIMULATOR_API
+}  // namespace qxsim

@@ -8,7 +8,7 @@
 #include <iterator>
 #include <stdexcept>
 
-namespace qxsim QX_SIMULATOR_API {
+namespace qxsim {
 
 namespace {
 
@@ -258,4 +258,4 @@ DWORD AnswerDriverRequest(Call& call, Device& device, DWORD code, const Bytes& i
     return ERROR_SUCCESS;
 }
 
-}  // namespace QX_SIMULATOR_API
+}  // namespace qxsim

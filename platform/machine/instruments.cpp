@@ -1,98 +1,19 @@
 #include "platform/machine/instruments.h"
 
-#include <array>
-#include <cstdio>
 #include <utility>
 
-namespace qxsim QX_SIMULATOR_API {
+namespace qxsim {
 
 namespace {
 
 thread_local unsigned current_process = 1;
 
-// Threads numbered in the order in which they first call the computer, so that a trace reads the same every
-// run.
+}  // namespace
+
 unsigned CurrentThreadNumber() {
     static std::atomic<unsigned> next{1};
     thread_local const unsigned number = next++;
     return number;
-}
-
-std::string Hexadecimal(std::uint64_t value) {
-    std::array<char, 20> text{};
-    std::snprintf(text.data(), text.size(), "0x%llX", static_cast<unsigned long long>(value));
-    return text.data();
-}
-
-void AppendUtf8(std::string& out, std::uint32_t point) {
-    const auto put = [&](std::uint32_t byte) { out.push_back(static_cast<char>(byte)); };
-    if (point < 0x80) {
-        put(point);
-    } else if (point < 0x800) {
-        put(0xC0 | point >> 6);
-        put(0x80 | (point & 0x3F));
-    } else if (point < 0x10000) {
-        put(0xE0 | point >> 12);
-        put(0x80 | (point >> 6 & 0x3F));
-        put(0x80 | (point & 0x3F));
-    } else {
-        put(0xF0 | point >> 18);
-        put(0x80 | (point >> 12 & 0x3F));
-        put(0x80 | (point >> 6 & 0x3F));
-        put(0x80 | (point & 0x3F));
-    }
-}
-
-constexpr std::uint32_t kReplacement = 0xFFFD;
-
-}  // namespace
-
-std::string ToUtf8(WideView text) {
-    std::string out;
-    out.reserve(text.size());
-    for (std::size_t at = 0; at < text.size(); ++at) {
-        std::uint32_t point = static_cast<std::uint16_t>(text[at]);
-        if (point >= 0xD800 && point <= 0xDFFF) {
-            const std::uint32_t low = at + 1 < text.size() ? static_cast<std::uint16_t>(text[at + 1]) : 0;
-            if (point <= 0xDBFF && low >= 0xDC00 && low <= 0xDFFF) {
-                point = 0x10000 + ((point - 0xD800) << 10) + (low - 0xDC00);
-                ++at;
-            } else {
-                point = kReplacement;
-            }
-        }
-        AppendUtf8(out, point);
-    }
-    return out;
-}
-
-WideString ToWide(std::string_view text) {
-    WideString out;
-    out.reserve(text.size());
-    for (std::size_t at = 0; at < text.size();) {
-        const auto lead = static_cast<unsigned char>(text[at++]);
-        const int more = lead < 0x80   ? 0
-                         : lead < 0xC2 ? -1
-                         : lead < 0xE0 ? 1
-                         : lead < 0xF0 ? 2
-                         : lead < 0xF5 ? 3
-                                       : -1;
-        std::uint32_t point = more <= 0 ? lead : lead & (0x3FU >> more);
-        int taken = 0;
-        while (taken < more && at < text.size() && (static_cast<unsigned char>(text[at]) & 0xC0) == 0x80) {
-            point = point << 6 | (static_cast<unsigned char>(text[at++]) & 0x3F);
-            ++taken;
-        }
-        if (more < 0 || taken < more || point > 0x10FFFF || (point >= 0xD800 && point <= 0xDFFF))
-            point = kReplacement;
-        if (point >= 0x10000) {
-            out.push_back(static_cast<WCHAR>(0xD800 + ((point - 0x10000) >> 10)));
-            out.push_back(static_cast<WCHAR>(0xDC00 + ((point - 0x10000) & 0x3FF)));
-        } else {
-            out.push_back(static_cast<WCHAR>(point));
-        }
-    }
-    return out;
 }
 
 unsigned CurrentSimulatedProcess() {
@@ -124,14 +45,7 @@ std::string Describe(const void* pointer) {
 }
 
 std::string Describe(const GUID* guid) {
-    if (guid == nullptr)
-        return "null";
-    std::array<char, 40> text{};
-    std::snprintf(text.data(), text.size(), "{%08lX-%04X-%04X-%02X%02X-%02X%02X%02X%02X%02X%02X}",
-                  static_cast<unsigned long>(guid->Data1), guid->Data2, guid->Data3, guid->Data4[0],
-                  guid->Data4[1], guid->Data4[2], guid->Data4[3], guid->Data4[4], guid->Data4[5],
-                  guid->Data4[6], guid->Data4[7]);
-    return text.data();
+    return guid == nullptr ? std::string("null") : FormatGuid(*guid);
 }
 
 std::string DescribeNumber(std::uint64_t value) {
@@ -346,4 +260,4 @@ std::string Call::Join(std::initializer_list<std::string> parts) {
     return joined;
 }
 
-}  // namespace QX_SIMULATOR_API
+}  // namespace qxsim

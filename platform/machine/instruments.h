@@ -4,6 +4,8 @@
 
 #include <windows.h>
 
+#include "platform/machine/text.h"
+
 #include <atomic>
 #include <concepts>
 #include <cstdint>
@@ -18,21 +20,7 @@
 #include <type_traits>
 #include <vector>
 
-// The computer is a shared library of its own, which the tests and the host program look into.
-#ifdef _WIN32
-#define QX_SIMULATOR_API
-#else
-#define QX_SIMULATOR_API __attribute__((visibility("default")))
-#endif
-
-namespace qxsim QX_SIMULATOR_API {
-
-using WideString = std::basic_string<WCHAR>;
-using WideView = std::basic_string_view<WCHAR>;
-
-// UTF-16 to UTF-8 and back; a lone surrogate becomes U+FFFD.
-[[nodiscard]] std::string ToUtf8(WideView text);
-[[nodiscard]] WideString ToWide(std::string_view text);
+namespace qxsim {
 
 // One platform call as the trace keeps it.
 struct CallRecord {
@@ -130,6 +118,10 @@ class Instruments {
     std::uint64_t cut_at_ = 0;  // absolute count of changes; 0 for none
     std::function<void()> on_cut_;
 };
+
+// Threads are numbered in the order in which they first call the computer, so that a trace reads the same
+// every run.
+[[nodiscard]] unsigned CurrentThreadNumber();
 
 // The simulated process on whose behalf the current thread works; 1 unless a SimulatedProcess says otherwise.
 [[nodiscard]] unsigned CurrentSimulatedProcess();
@@ -247,4 +239,4 @@ class Call {
     bool changes_state_ = false;
 };
 
-}  // namespace QX_SIMULATOR_API
+}  // namespace qxsim

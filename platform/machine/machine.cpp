@@ -6,7 +6,7 @@
 #include <stdexcept>
 #include <utility>
 
-namespace qxsim QX_SIMULATOR_API {
+namespace qxsim {
 
 namespace {
 
@@ -62,19 +62,6 @@ void DropVolatileKeys(RegistryKey& key) {
         DropVolatileKeys(*subkey);
 }
 
-// The number of a COM name that claims one: "COM5" has 5, anything else 0.
-unsigned ComNumber(WideView name) {
-    if (name.size() < 4 || !EqualsCaseless(name.substr(0, 3), ToWide("COM")))
-        return 0;
-    unsigned number = 0;
-    for (const WCHAR unit : name.substr(3)) {
-        if (unit < '0' || unit > '9' || number > 4096)
-            return 0;
-        number = number * 10 + (unit - static_cast<unsigned>('0'));
-    }
-    return number;
-}
-
 WideString PortNameOf(const Machine& machine, const Device& device) {
     const std::shared_ptr<RegistryKey> key = machine.HardwareKey(device);
     const RegistryValue* value = key ? key->Find(ToWide("PortName")) : nullptr;
@@ -94,110 +81,6 @@ const WideString& SettingName(std::size_t place) {
 Machine* current_machine = nullptr;
 
 }  // namespace
-
-// --- text ---
-
-WCHAR UpperCase(WCHAR unit) {
-    const auto in = [unit](unsigned from, unsigned to) { return unit >= from && unit <= to; };
-    const auto plus = [unit](int distance) { return static_cast<WCHAR>(unit + distance); };
-    if (unit < 0x80)
-        return in('a', 'z') ? plus(-0x20) : unit;
-    if (in(0xE0, 0xFE))
-        return unit == 0xF7 ? unit : plus(-0x20);
-    if (unit == 0xFF)
-        return 0x178;
-    if (in(0x100, 0x137) || in(0x14A, 0x177))
-        return unit == 0x131 ? unit : static_cast<WCHAR>(unit & ~1);
-    if (in(0x139, 0x148) || in(0x179, 0x17E))
-        return (unit & 1) == 0 ? plus(-1) : unit;
-    if (in(0x3B1, 0x3C9))
-        return unit == 0x3C2 ? unit : plus(-0x20);
-    if (in(0x430, 0x44F))
-        return plus(-0x20);
-    return in(0x450, 0x45F) ? plus(-0x50) : unit;
-}
-
-WCHAR LowerCase(WCHAR unit) {
-    const auto in = [unit](unsigned from, unsigned to) { return unit >= from && unit <= to; };
-    const auto plus = [unit](int distance) { return static_cast<WCHAR>(unit + distance); };
-    if (unit < 0x80)
-        return in('A', 'Z') ? plus(0x20) : unit;
-    if (in(0xC0, 0xDE))
-        return unit == 0xD7 ? unit : plus(0x20);
-    if (unit == 0x178)
-        return 0xFF;
-    if (in(0x100, 0x137) || in(0x14A, 0x177))
-        return unit == 0x130 ? unit : static_cast<WCHAR>(unit | 1);
-    if (in(0x139, 0x148) || in(0x179, 0x17E))
-        return (unit & 1) != 0 ? plus(1) : unit;
-    if (in(0x391, 0x3A9))
-        return unit == 0x3A2 ? unit : plus(0x20);
-    if (in(0x410, 0x42F))
-        return plus(0x20);
-    return in(0x400, 0x40F) ? plus(0x50) : unit;
-}
-
-WideString UpperCase(WideView text) {
-    WideString upper(text);
-    for (WCHAR& unit : upper)
-        unit = UpperCase(unit);
-    return upper;
-}
-
-WideString LowerCase(WideView text) {
-    WideString lower(text);
-    for (WCHAR& unit : lower)
-        unit = LowerCase(unit);
-    return lower;
-}
-
-// Instance ids of one adapter differ in their ends, so it is cheapest to look there first.
-bool EqualsCaseless(WideView a, WideView b) {
-    if (a.size() != b.size())
-        return false;
-    for (std::size_t at = a.size(); at-- > 0;) {
-        if (a[at] != b[at] && UpperCase(a[at]) != UpperCase(b[at]))
-            return false;
-    }
-    return true;
-}
-
-bool CaselessLess::operator()(WideView a, WideView b) const {
-    const std::size_t common = std::min(a.size(), b.size());
-    for (std::size_t at = 0; at < common; ++at) {
-        if (a[at] == b[at])
-            continue;
-        const WCHAR upper_a = UpperCase(a[at]);
-        const WCHAR upper_b = UpperCase(b[at]);
-        if (upper_a != upper_b)
-            return upper_a < upper_b;
-    }
-    return a.size() < b.size();
-}
-
-Bytes TextBytes(WideView text) {
-    Bytes bytes((text.size() + 1) * sizeof(WCHAR));
-    CopyOut(bytes.data(), text.data(), text.size() * sizeof(WCHAR));
-    return bytes;
-}
-
-WideString BytesText(const Bytes& bytes) {
-    WideString text(bytes.size() / sizeof(WCHAR), WCHAR{});
-    CopyOut(text.data(), bytes.data(), text.size() * sizeof(WCHAR));
-    if (const std::size_t end = text.find(WCHAR{}); end != WideString::npos)
-        text.resize(end);
-    return text;
-}
-
-Bytes DwordBytes(std::uint32_t value) {
-    return {static_cast<BYTE>(value), static_cast<BYTE>(value >> 8), static_cast<BYTE>(value >> 16),
-            static_cast<BYTE>(value >> 24)};
-}
-
-void CopyOut(void* target, const void* source, std::size_t count) {
-    if (count != 0)
-        std::memcpy(target, source, count);
-}
 
 // --- registry ---
 
@@ -235,40 +118,6 @@ const SetupClass* FindSetupClass(std::string_view name) {
             return &candidate;
     }
     return nullptr;
-}
-
-std::optional<GUID> ParseGuid(std::string_view text) {
-    constexpr std::string_view kShape = "{xxxxxxxx-xxxx-xxxx-xxxx-xxxxxxxxxxxx}";
-    if (text.size() != kShape.size())
-        return std::nullopt;
-    std::array<BYTE, 16> bytes{};
-    std::size_t digits = 0;
-    for (std::size_t at = 0; at < text.size(); ++at) {
-        if (kShape[at] != 'x') {
-            if (text[at] != kShape[at])
-                return std::nullopt;
-            continue;
-        }
-        const std::string_view hexadecimal = "0123456789abcdef";
-        const std::size_t digit = hexadecimal.find(
-            text[at] >= 'A' && text[at] <= 'F' ? static_cast<char>(text[at] + 32) : text[at]);
-        if (digit == std::string_view::npos)
-            return std::nullopt;
-        bytes[digits / 2] =
-            static_cast<BYTE>(static_cast<unsigned>(bytes[digits / 2]) << 4 | static_cast<unsigned>(digit));
-        ++digits;
-    }
-    GUID guid{};
-    guid.Data1 = static_cast<std::uint32_t>(bytes[0]) << 24 | static_cast<std::uint32_t>(bytes[1]) << 16 |
-                 static_cast<std::uint32_t>(bytes[2]) << 8 | bytes[3];
-    guid.Data2 = static_cast<std::uint16_t>(bytes[4] << 8 | bytes[5]);
-    guid.Data3 = static_cast<std::uint16_t>(bytes[6] << 8 | bytes[7]);
-    std::copy(bytes.begin() + 8, bytes.end(), guid.Data4);
-    return guid;
-}
-
-std::string FormatGuid(const GUID& guid) {
-    return ToUtf8(LowerCase(ToWide(Describe(&guid))));
 }
 
 // --- state ---
@@ -828,4 +677,4 @@ HDEVINFO HandDevice(Machine& machine, const Device& device, SP_DEVINFO_DATA& ele
     return MakeHandle<HDEVINFO>(number);
 }
 
-}  // namespace QX_SIMULATOR_API
+}  // namespace qxsim

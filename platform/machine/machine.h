@@ -31,26 +31,7 @@
 #include <setupapi.h>
 #include <cfgmgr32.h>
 
-namespace qxsim QX_SIMULATOR_API {
-
-// --- text that the platform compares without regard to case ---
-
-[[nodiscard]] WCHAR UpperCase(WCHAR unit);
-[[nodiscard]] WCHAR LowerCase(WCHAR unit);
-[[nodiscard]] WideString UpperCase(WideView text);
-[[nodiscard]] WideString LowerCase(WideView text);
-[[nodiscard]] bool EqualsCaseless(WideView a, WideView b);
-struct CaselessLess {
-    using is_transparent = void;
-    bool operator()(WideView a, WideView b) const;
-};
-
-using Bytes = std::vector<BYTE>;
-// A text as a registry value or property holds it: its units and one NUL.
-[[nodiscard]] Bytes TextBytes(WideView text);
-// The text in such bytes: up to the first NUL, or all of them.
-[[nodiscard]] WideString BytesText(const Bytes& bytes);
-[[nodiscard]] Bytes DwordBytes(std::uint32_t value);
+namespace qxsim {
 
 // --- registry ---
 
@@ -168,8 +149,6 @@ struct SetupClass {
     GUID guid;
 };
 [[nodiscard]] const SetupClass* FindSetupClass(std::string_view name);
-[[nodiscard]] std::optional<GUID> ParseGuid(std::string_view text);
-[[nodiscard]] std::string FormatGuid(const GUID& guid);  // "{4d36e978-...}", lower case
 
 // What a new device is made from. Whatever is left out is filled in as an installer would.
 struct DeviceRecipe {
@@ -410,4 +389,4 @@ class CurrentMachine {
 inline constexpr const char* kSerialCommPath = "Hardware\\DeviceMap\\SERIALCOMM";
 inline constexpr const char* kPortsPath = "SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion\\Ports";
 
-}  // namespace QX_SIMULATOR_API
+}  // namespace qxsim

@@ -13,7 +13,7 @@
 #include <string>
 #include <vector>
 
-namespace qxsim QX_SIMULATOR_API {
+namespace qxsim {
 
 inline constexpr std::uint32_t kMachineFileFormat = 1;
 
@@ -84,4 +84,4 @@ inline constexpr PropertyName kProperties[] = {
 
 }  // namespace machine_file
 
-}  // namespace QX_SIMULATOR_API
+}  // namespace qxsim

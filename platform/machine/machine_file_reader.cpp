@@ -10,7 +10,7 @@
 #include <set>
 #include <utility>
 
-namespace qxsim QX_SIMULATOR_API {
+namespace qxsim {
 
 const std::map<std::string, std::vector<std::string>>& MachineFileKeys() {
     static const std::map<std::string, std::vector<std::string>> keys{
@@ -511,4 +511,4 @@ std::unique_ptr<Machine> Machine::FromJson(std::string_view json) {
     return machine_file::Read(json, {});
 }
 
-}  // namespace QX_SIMULATOR_API
+}  // namespace qxsim

@@ -9,7 +9,7 @@
 #include <random>
 #include <system_error>
 
-namespace qxsim QX_SIMULATOR_API {
+namespace qxsim {
 
 namespace {
 
@@ -121,4 +121,4 @@ void Machine::Save(const fs::path& file) const {
     }
 }
 
-}  // namespace QX_SIMULATOR_API
+}  // namespace qxsim

@@ -7,7 +7,7 @@
 #include <set>
 #include <utility>
 
-namespace qxsim QX_SIMULATOR_API {
+namespace qxsim {
 
 namespace machine_file {
 
@@ -440,4 +440,4 @@ std::string Machine::ToJson() const {
     return machine_file::TextOf(machine_file::Write(*this));
 }
 
-}  // namespace QX_SIMULATOR_API
+}  // namespace qxsim

@@ -127,7 +127,4 @@ void FillElement(const Machine& machine, const DeviceSet& set, std::size_t place
 // Mutexes owned by a process, or by one of its threads when there is one given, become free and abandoned.
 void AbandonMutexes(Machine& machine, unsigned process, const std::thread::id* thread);
 
-// Copies `bytes` to a caller's buffer, which may be unaligned.
-void CopyOut(void* target, const void* source, std::size_t count);
-
 }  // namespace qxsim

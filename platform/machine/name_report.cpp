@@ -5,7 +5,7 @@
 #include <map>
 #include <set>
 
-namespace qxsim QX_SIMULATOR_API {
+namespace qxsim {
 
 namespace {
 
@@ -194,4 +194,4 @@ NameReport ReportNames(const Machine& machine) {
     return report;
 }
 
-}  // namespace QX_SIMULATOR_API
+}  // namespace qxsim

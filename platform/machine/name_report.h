@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-namespace qxsim QX_SIMULATOR_API {
+namespace qxsim {
 
 // The places, in the order in which they are reported.
 enum class NamePlace { kPortName, kClaim, kDosName, kSerialComm, kFriendlyName };
@@ -53,4 +53,4 @@ struct NameReport {
 // - a port without a name is a fault when it runs.
 [[nodiscard]] NameReport ReportNames(const Machine& machine);
 
-}  // namespace QX_SIMULATOR_API
+}  // namespace qxsim

@@ -1,11 +1,8 @@
 #include "platform/process/modules.h"
 
-#include "platform/desktop/window.h"
-
 #include <dlfcn.h>
 
 #include <algorithm>
-#include <cstring>
 #include <map>
 #include <set>
 
@@ -21,7 +18,7 @@ struct ResourceName {
     [[nodiscard]] bool Is(LPCWSTR wanted) const {
         if (IS_INTRESOURCE(wanted))
             return text.empty() && number == LOWORD(wanted);
-        return !text.empty() && SameName(text, wanted);
+        return !text.empty() && EqualsCaseless(text, wanted);
     }
 };
 
@@ -74,16 +71,9 @@ ModuleTable& Table() {
     return table;
 }
 
-std::string Lower(std::string text) {
-    std::ranges::transform(text, text.begin(), [](char unit) {
-        return unit >= 'A' && unit <= 'Z' ? static_cast<char>(unit + 32) : unit;
-    });
-    return text;
-}
-
 // A file name without its folder, in lower case and with the extension that the platform supplies.
 std::string BareName(WideView path) {
-    std::string name = Lower(ToUtf8(path));
+    std::string name = ToUtf8(LowerCase(path));
     if (const auto known = Table().paths.find(name); known != Table().paths.end())
         name = known->second;
     name = name.substr(name.find_last_of("\\/") + 1);
@@ -95,14 +85,6 @@ std::string BareName(WideView path) {
 const void* ImageOf(const void* address) {
     Dl_info info{};
     return dladdr(address, &info) != 0 ? info.dli_fbase : nullptr;
-}
-
-template <typename Value>
-Value ReadAt(ResourceBytes bytes, std::size_t at) {
-    Value value{};
-    if (at + sizeof(Value) <= bytes.size())
-        std::memcpy(&value, bytes.data() + at, sizeof(Value));
-    return value;
 }
 
 constexpr std::size_t Aligned(std::size_t at) {
@@ -265,7 +247,7 @@ void SetProcMissing(const std::string& library, const std::string& function, boo
 
 void SetLibraryPath(const std::string& path, const std::string& library) {
     const std::lock_guard lock(Instruments::The().Lock());
-    Table().paths[Lower(path)] = Lower(library);
+    Table().paths[ToUtf8(LowerCase(ToWide(path)))] = library;
 }
 
 void ForgetModuleSettings() {
@@ -346,7 +328,7 @@ DWORD GetModuleFileNameW(HMODULE handle, LPWSTR buffer, DWORD room) {
     if (!module && handle && handle != ProgramModule())
         return call.Fail(ERROR_MOD_NOT_FOUND, DWORD{0});
     const WideString name = module ? module->file_name : u"C:\\Windows\\System32\\mmc.exe";
-    const auto copied = static_cast<DWORD>(CopyText(name, room, ToLparam(buffer)));
+    const auto copied = static_cast<DWORD>(CopyText(name, room, buffer));
     // A name that does not fit is cut, and the room is the result.
     if (copied < name.size())
         return call.Fail(ERROR_INSUFFICIENT_BUFFER, room);
@@ -407,7 +389,7 @@ int LoadStringW(HINSTANCE instance, UINT id, LPWSTR buffer, int room) {
         return call.Return(static_cast<int>(ReadAt<WORD>(block, at)));
     }
     const WideString text = ModuleString(instance, id);
-    return call.Return(static_cast<int>(CopyText(text, static_cast<WPARAM>(room), ToLparam(buffer))));
+    return call.Return(static_cast<int>(CopyText(text, static_cast<std::size_t>(room), buffer)));
 }
 
 }  // namespace qxsim

@@ -1,20 +1,30 @@
 // Loaded modules with their resources, and the platform's own libraries.
 #pragma once
 
-#include "platform/desktop/desktop.h"
 #include "platform/machine/calls.h"
 #include "platform/machine/instruments.h"
 
+#include <cstring>
 #include <span>
+#include <string>
 
 namespace qxsim {
 
 using ResourceBytes = std::span<const std::byte>;
 
+// A number in a resource, where it need not be aligned; 0 past the end.
+template <typename Value>
+[[nodiscard]] Value ReadAt(ResourceBytes bytes, std::size_t at) {
+    Value value{};
+    if (at + sizeof(Value) <= bytes.size())
+        std::memcpy(&value, bytes.data() + at, sizeof(Value));
+    return value;
+}
+
 // Tells the platform of a module that the loader has brought in: any address inside of it, its file name, and
 // its compiled resource script. Yields its module handle.
-QX_SIMULATOR_API HMODULE RegisterModule(const void* address, const WCHAR* file_name, ResourceBytes resources);
-QX_SIMULATOR_API void UnregisterModule(HMODULE module);
+HMODULE RegisterModule(const void* address, const WCHAR* file_name, ResourceBytes resources);
+void UnregisterModule(HMODULE module);
 
 // A resource of a module; empty when there is none.
 [[nodiscard]] ResourceBytes FindModuleResource(HMODULE module, LPCWSTR name, LPCWSTR type);

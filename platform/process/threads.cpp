@@ -1,5 +1,4 @@
 // What a thread has of its own: its number, its last error and its locale; and sleeping.
-#include "platform/desktop/window.h"
 #include "platform/machine/machine_internal.h"
 
 #include <thread>
@@ -24,7 +23,7 @@ thread_local LCID thread_locale = kEnglish;
 
 DWORD GetCurrentThreadId() {
     Call call = Call::Infallible("GetCurrentThreadId");
-    return call.Return(ThreadNumber());
+    return call.Return(DWORD{CurrentThreadNumber()});
 }
 
 DWORD GetCurrentProcessId() {

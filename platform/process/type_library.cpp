@@ -6,7 +6,6 @@
 #include <array>
 #include <atomic>
 #include <cstdio>
-#include <cstring>
 #include <optional>
 
 #include <oleauto.h>
@@ -26,45 +25,35 @@ struct LibraryFacts {
     LCID locale = 0;
 };
 
-DWORD NumberAt(ResourceBytes bytes, std::size_t at) {
-    DWORD value = 0;
-    if (at + sizeof(value) <= bytes.size())
-        std::memcpy(&value, bytes.data() + at, sizeof(value));
-    return value;
-}
-
 // Reads who a compiled type library is. Its header names a place in the table of identifiers, which the sixth
 // entry of the segment directory behind the header and the offsets of its types finds.
 std::optional<LibraryFacts> ReadTypeLibrary(ResourceBytes bytes) {
+    const auto number = [bytes](std::size_t at) { return ReadAt<DWORD>(bytes, at); };
     constexpr DWORD kMagic = 0x5446534D;
     constexpr std::size_t kHeaderSize = 0x54;
     constexpr DWORD kHasHelpLibrary = 0x100;
     constexpr std::size_t kIdSegment = 5;
     constexpr std::size_t kSegmentEntry = 16;
-    if (NumberAt(bytes, 0) != kMagic)
+    if (number(0) != kMagic)
         return std::nullopt;
-    std::size_t directory = kHeaderSize + sizeof(DWORD) * NumberAt(bytes, 0x20);
-    if (NumberAt(bytes, 0x14) & kHasHelpLibrary)
+    std::size_t directory = kHeaderSize + sizeof(DWORD) * number(0x20);
+    if (number(0x14) & kHasHelpLibrary)
         directory += sizeof(DWORD);
-    const std::size_t at =
-        NumberAt(bytes, directory + kIdSegment * kSegmentEntry) + std::size_t{NumberAt(bytes, 0x08)};
+    const std::size_t at = number(directory + kIdSegment * kSegmentEntry) + std::size_t{number(0x08)};
     LibraryFacts facts;
     if (at + sizeof(GUID) > bytes.size())
         return std::nullopt;
-    std::memcpy(&facts.id, bytes.data() + at, sizeof(GUID));
-    facts.locale = NumberAt(bytes, 0x0C);
-    facts.major = LOWORD(NumberAt(bytes, 0x18));
-    facts.minor = HIWORD(NumberAt(bytes, 0x18));
+    facts.id = ReadAt<GUID>(bytes, at);
+    facts.locale = number(0x0C);
+    facts.major = LOWORD(number(0x18));
+    facts.minor = HIWORD(number(0x18));
     return facts;
 }
 
 WideString KeyOf(const GUID& id, WORD major, WORD minor) {
-    std::array<char, 100> text{};
-    std::snprintf(text.data(), text.size(),
-                  "Software\\Classes\\TypeLib\\{%08X-%04X-%04X-%02X%02X-%02X%02X%02X%02X%02X%02X}\\%X.%X",
-                  id.Data1, id.Data2, id.Data3, id.Data4[0], id.Data4[1], id.Data4[2], id.Data4[3],
-                  id.Data4[4], id.Data4[5], id.Data4[6], id.Data4[7], major, minor);
-    return ToWide(text.data());
+    std::array<char, 20> version{};
+    std::snprintf(version.data(), version.size(), "\\%X.%X", major, minor);
+    return ToWide("Software\\Classes\\TypeLib\\" + FormatGuid(id) + version.data());
 }
 
 // A loaded type library: only who it is can be asked of it.
