@@ -34,8 +34,8 @@ bool SelectedBy(const Device& device, const WCHAR* enumerator) {
 }
 
 HDEVINFO NewSet(Call& call, Machine& machine, DeviceSet set) {
-    const std::uint64_t number = machine.Open().New();
-    machine.Open().sets.emplace(number, std::move(set));
+    const std::uint64_t number = machine.Handles().New();
+    machine.Handles().sets.emplace(number, std::move(set));
     call.Opened(kSetHandle, number);
     return call.Return(MakeHandle<HDEVINFO>(number));
 }
@@ -47,8 +47,8 @@ HDEVINFO NoSet(Call& call, DWORD error) {
 }  // namespace
 
 DeviceSet* FindSet(Machine& machine, HDEVINFO handle) {
-    const auto found = machine.Open().sets.find(HandleNumber(handle));
-    return found == machine.Open().sets.end() ? nullptr : &found->second;
+    const auto found = machine.Handles().sets.find(HandleNumber(handle));
+    return found == machine.Handles().sets.end() ? nullptr : &found->second;
 }
 
 SetElement* FindElement(DeviceSet* set, const SP_DEVINFO_DATA* data, DWORD& error) {
@@ -135,7 +135,7 @@ BOOL WINAPI SetupDiDestroyDeviceInfoList(HDEVINFO handle) {
     }
     if (!set->handed)
         call.Closed(kSetHandle, HandleNumber(handle));
-    machine.Open().sets.erase(HandleNumber(handle));
+    machine.Handles().sets.erase(HandleNumber(handle));
     if (call.Faulted())
         return call.Fail(call.FaultError(ERROR_GEN_FAILURE));
     return call.Return(TRUE);
@@ -200,6 +200,16 @@ BOOL WINAPI SetupDiGetDeviceInstanceIdW(HDEVINFO handle, PSP_DEVINFO_DATA data, 
         return call.Fail(ERROR_INSUFFICIENT_BUFFER);
     CopyOut(buffer, id.c_str(), (id.size() + 1) * sizeof(WCHAR));
     return call.Return(TRUE);
+}
+
+HDEVINFO HandDevice(Machine& machine, const Device& device, SP_DEVINFO_DATA& element) {
+    const std::uint64_t number = machine.Handles().New();
+    DeviceSet& set = machine.Handles().sets[number];
+    set.handed = true;
+    element = {};
+    element.cbSize = sizeof(element);
+    FillElement(machine, set, AddElement(set, device.node), element);
+    return MakeHandle<HDEVINFO>(number);
 }
 
 }  // namespace qxsim

@@ -1,4 +1,4 @@
-// The device tree. A device that is not there, or below one that is not started, has no place in it.
+// The device tree. Absent devices, and those below a device that has not started, are not in the tree.
 #include "platform/machine/machine_internal.h"
 
 #include <algorithm>
@@ -14,8 +14,6 @@ QX_PLATFORM_CALL(CM_Get_Device_ID_Size);
 QX_PLATFORM_CALL(CM_Get_Device_IDW);
 QX_PLATFORM_CALL(CM_Locate_DevNodeW);
 QX_PLATFORM_CALL(CM_Reenumerate_DevNode);
-
-void CountReenumeration(Machine& machine, DEVINST node);
 
 namespace {
 
@@ -51,6 +49,11 @@ CONFIGRET FirstPresent(const Machine& machine, Iterator from, Iterator to, PDEVI
 }
 
 }  // namespace
+
+unsigned Machine::Reenumerations(DEVINST node) const {
+    const auto found = handles_->reenumerations.find(node);
+    return found == handles_->reenumerations.end() ? 0 : found->second;
+}
 
 CONFIGRET WINAPI CM_Get_Parent(PDEVINST parent, DEVINST node, ULONG flags) {
     Call call("CM_Get_Parent", node);
@@ -144,7 +147,7 @@ CONFIGRET WINAPI CM_Reenumerate_DevNode(DEVINST node, ULONG flags) {
     if (const CONFIGRET error = Check(call, node, &node, 0, true, device); error != CR_SUCCESS)
         return Result(call, error);
     // Every bus here reports its devices as they come and go, so that looking again finds nothing new.
-    CountReenumeration(Machine::Current(), node);
+    ++Machine::Current().Handles().reenumerations[node];
     return Result(call, CR_SUCCESS);
 }
 

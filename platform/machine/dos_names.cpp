@@ -69,4 +69,22 @@ BOOL WINAPI DefineDosDeviceW(DWORD flags, LPCWSTR name, LPCWSTR target) {
     return call.Return(TRUE);
 }
 
+std::optional<std::string> Machine::DosTarget(std::string_view name) const {
+    const auto found = dos_names.find(ToWide(name));
+    return found == dos_names.end() ? std::nullopt : std::optional(ToUtf8(found->second.front()));
+}
+
+void Machine::DefineDosName(WideView name, WideView target) {
+    std::vector<WideString>& targets = dos_names[WideString(name)];
+    targets.insert(targets.begin(), WideString(target));
+}
+
+void Machine::DropDosNamesOf(WideView target) {
+    if (target.empty())
+        return;
+    for (auto& [name, targets] : dos_names)
+        std::erase_if(targets, [&](const WideString& one) { return EqualsCaseless(one, target); });
+    std::erase_if(dos_names, [](const auto& entry) { return entry.second.empty(); });
+}
+
 }  // namespace qxsim

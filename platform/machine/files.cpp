@@ -63,7 +63,7 @@ bool Collides(DWORD access, DWORD share) {
 DWORD CheckSharing(const Machine& machine, const Target& target, DWORD access, DWORD share) {
     if (target.kind == FileKind::Port && !target.device->held_open_by.empty())
         return ERROR_ACCESS_DENIED;
-    for (const auto& [number, file] : machine.Open().files) {
+    for (const auto& [number, file] : machine.Handles().files) {
         if (file.node != target.device->node || file.kind != target.kind)
             continue;
         if (target.kind == FileKind::Port)  // a serial port has one user, whatever both would share
@@ -94,8 +94,8 @@ HANDLE WINAPI CreateFileW(LPCWSTR path, DWORD access, DWORD share, LPSECURITY_AT
         return fail(ERROR_INVALID_PARAMETER);
     if (const DWORD error = CheckSharing(machine, target, access, share); error != ERROR_SUCCESS)
         return fail(error);
-    const std::uint64_t number = machine.Open().New();
-    machine.Open().files.emplace(
+    const std::uint64_t number = machine.Handles().New();
+    machine.Handles().files.emplace(
         number, FileHandle{target.device->node, target.kind, access, share, CurrentSimulatedProcess()});
     call.Opened(kFileHandle, number);
     return call.Return(MakeHandle<HANDLE>(number));
@@ -107,8 +107,8 @@ BOOL WINAPI DeviceIoControl(HANDLE handle, DWORD code, LPVOID input, DWORD input
     if (call.Faulted())
         return call.Fail(call.FaultError(ERROR_GEN_FAILURE));
     Machine& machine = Machine::Current();
-    const auto found = machine.Open().files.find(HandleNumber(handle));
-    if (found == machine.Open().files.end())
+    const auto found = machine.Handles().files.find(HandleNumber(handle));
+    if (found == machine.Handles().files.end())
         return call.Fail(ERROR_INVALID_HANDLE);
     if ((returned == nullptr && overlapped == nullptr) || (input == nullptr && input_size != 0) ||
         (output == nullptr && output_size != 0))
@@ -134,7 +134,7 @@ BOOL WINAPI DeviceIoControl(HANDLE handle, DWORD code, LPVOID input, DWORD input
 BOOL WINAPI CloseHandle(HANDLE handle) {
     Call call("CloseHandle", handle);
     const std::uint64_t number = HandleNumber(handle);
-    Machine::Handles& open = Machine::Current().Open();
+    Machine::HandleTable& open = Machine::Current().Handles();
     const char* kind = nullptr;
     if (open.files.erase(number) != 0) {
         kind = kFileHandle;

@@ -23,12 +23,8 @@ HKEY WINAPI SetupDiOpenDevRegKey(HDEVINFO handle, PSP_DEVINFO_DATA data, DWORD s
     const Device* device = machine.Node(element->node);
     if (device == nullptr)
         return fail(ERROR_DEVINFO_NOT_REGISTERED);
-    const std::string driver = machine.PropertyText(*device, SPDRP_DRIVER);
-    std::shared_ptr<RegistryKey> key;
-    if (type == DIREG_DEV)
-        key = machine.HardwareKey(*device);
-    else if (!driver.empty())
-        key = machine.FindKey(ToWide("System\\CurrentControlSet\\Control\\Class\\" + driver));
+    const std::shared_ptr<RegistryKey> key =
+        type == DIREG_DEV ? machine.HardwareKey(*device) : machine.DriverKey(*device);
     if (!key)
         return fail(ERROR_KEY_DOES_NOT_EXIST);
     HKEY result = nullptr;

@@ -53,7 +53,11 @@ struct RegistryKey {
     [[nodiscard]] const RegistryValue* Find(WideView value_name) const;
     void Set(WideView value_name, DWORD type, Bytes data);
     [[nodiscard]] std::shared_ptr<RegistryKey> Clone() const;
+    void DropVolatileKeys();
 };
+
+// The number of a predefined key: the low 32 bits of its handle.
+[[nodiscard]] std::uint32_t HiveNumber(HKEY hive);
 
 // --- the drivers' parameter sets ---
 
@@ -205,7 +209,7 @@ struct MachineState {
     WideString system_directory;
     GUID control_class{};  // interface class of the control devices
 
-    // HKEY_LOCAL_MACHINE and the other predefined keys, by the low 32 bits of their handles.
+    // HKEY_LOCAL_MACHINE and the other predefined keys, by HiveNumber.
     std::map<std::uint32_t, std::shared_ptr<RegistryKey>> hives;
     std::vector<Device> devices;  // index is node number; 0 is unused, 1 the root of the tree
     std::vector<bool> claimed;    // index is COM number - 1
@@ -309,6 +313,7 @@ class Machine : public MachineState {
     // "System\CurrentControlSet\Enum\<id>\Device Parameters"
     [[nodiscard]] static WideString HardwareKeyPath(WideView id);
     [[nodiscard]] std::shared_ptr<RegistryKey> HardwareKey(const Device& device) const;  // null when absent
+    [[nodiscard]] std::shared_ptr<RegistryKey> DriverKey(const Device& device) const;    // likewise
     [[nodiscard]] static bool IsPort(const Device& device);                              // of class Ports
     // Ports in the order of the device tree, absent and unstarted ones too.
     [[nodiscard]] std::vector<const Device*> Ports() const;
@@ -358,16 +363,14 @@ class Machine : public MachineState {
     std::function<DWORD(DI_FUNCTION, HDEVINFO, PSP_DEVINFO_DATA)> co_installers;
 
     // --- what the services keep; not for tests
-    struct Handles;
-    [[nodiscard]] Handles& Open() { return *handles_; }
-    [[nodiscard]] const Handles& Open() const { return *handles_; }
+    struct HandleTable;
+    [[nodiscard]] HandleTable& Handles() { return *handles_; }
+    [[nodiscard]] const HandleTable& Handles() const { return *handles_; }
 
   private:
     friend class CurrentMachine;
     void TakeStoredSettings(Device& device) const;
-    std::unique_ptr<Handles> handles_;
-    std::map<DEVINST, unsigned> reenumerations_;
-    friend void CountReenumeration(Machine&, DEVINST);
+    std::unique_ptr<HandleTable> handles_;
 };
 
 // Makes a machine the current one for its lifetime; the one before is current again afterwards.

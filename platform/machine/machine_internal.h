@@ -22,6 +22,9 @@ inline constexpr const char* kThreadHandle = "thread";
 inline constexpr const char* kDatabaseHandle = "port database";
 inline constexpr const char* kMemoryHandle = "local memory";
 
+inline constexpr const char* kEnumPath = "System\\CurrentControlSet\\Enum\\";
+inline constexpr const char* kClassPath = "System\\CurrentControlSet\\Control\\Class\\";
+
 struct KeyHandle {
     std::shared_ptr<RegistryKey> key;
     REGSAM granted = 0;
@@ -76,7 +79,7 @@ struct ProcessHandle {
     bool is_thread = false;
 };
 
-struct Machine::Handles {
+struct Machine::HandleTable {
     // Far from what the real system hands out, so that the two are never taken for one another, and never
     // used twice, so that closing twice is always noticed.
     std::uint64_t last = 0x51000000;
@@ -90,6 +93,7 @@ struct Machine::Handles {
     std::set<std::uint64_t> databases;
     std::map<WideString, std::weak_ptr<MutexObject>> mutex_names;
     std::condition_variable_any mutex_released;
+    std::map<DEVINST, unsigned> reenumerations;
 };
 
 template <typename Handle>

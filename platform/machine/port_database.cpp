@@ -21,7 +21,7 @@ LONG Result(Call& call, DWORD error) {
 }
 
 bool IsOpen(HCOMDB handle) {
-    return Machine::Current().Open().databases.contains(HandleNumber(handle));
+    return Machine::Current().Handles().databases.contains(HandleNumber(handle));
 }
 
 }  // namespace
@@ -34,8 +34,8 @@ LONG WINAPI ComDBOpen(PHCOMDB result) {
     Machine& machine = Machine::Current();
     if (call.Faulted() || machine.database_broken)
         return Result(call, call.FaultError(ERROR_ACCESS_DENIED));
-    const std::uint64_t number = machine.Open().New();
-    machine.Open().databases.insert(number);
+    const std::uint64_t number = machine.Handles().New();
+    machine.Handles().databases.insert(number);
     call.Opened(kDatabaseHandle, number);
     *result = MakeHandle<HCOMDB>(number);
     return Result(call, ERROR_SUCCESS);
@@ -47,7 +47,7 @@ LONG WINAPI ComDBClose(HCOMDB handle) {
         HCOMDB_INVALID_HANDLE_VALUE)  // what a failed open left: refused, but nothing was closed twice
         return Result(call, ERROR_INVALID_PARAMETER);
     if (!call.Closed(kDatabaseHandle, HandleNumber(handle)) ||
-        Machine::Current().Open().databases.erase(HandleNumber(handle)) == 0)
+        Machine::Current().Handles().databases.erase(HandleNumber(handle)) == 0)
         return Result(call, ERROR_INVALID_PARAMETER);
     return Result(call, call.Faulted() ? call.FaultError(ERROR_GEN_FAILURE) : ERROR_SUCCESS);
 }
@@ -125,6 +125,24 @@ LONG WINAPI ComDBReleasePort(HCOMDB handle, DWORD number) {
         claimed[number - 1] = false;
     }
     return Result(call, ERROR_SUCCESS);
+}
+
+bool Machine::Claimed(unsigned number) const {
+    return number >= 1 && number <= claimed.size() && claimed[number - 1];
+}
+
+void Machine::SetClaimed(unsigned number, bool is_claimed) {
+    if (number >= 1 && number <= claimed.size())
+        claimed[number - 1] = is_claimed;
+}
+
+std::vector<unsigned> Machine::ClaimedNumbers() const {
+    std::vector<unsigned> numbers;
+    for (unsigned number = 1; number <= claimed.size(); ++number) {
+        if (claimed[number - 1])
+            numbers.push_back(number);
+    }
+    return numbers;
 }
 
 }  // namespace qxsim

@@ -19,8 +19,8 @@ WideString FirstWord(WideView line) {
 }  // namespace
 
 std::optional<DWORD> WaitForProcess(Machine& machine, std::uint64_t handle, DWORD timeout) {
-    const auto found = machine.Open().processes.find(handle);
-    if (found == machine.Open().processes.end())
+    const auto found = machine.Handles().processes.find(handle);
+    if (found == machine.Handles().processes.end())
         return std::nullopt;
     const std::uint64_t end = machine.started_programs[found->second.program].ends_at;
     if (end <= machine.clock)
@@ -63,8 +63,8 @@ BOOL WINAPI CreateProcessW(LPCWSTR application, LPWSTR command_line, LPSECURITY_
     machine.started_programs.push_back(started);
     const std::size_t index = machine.started_programs.size() - 1;
     const auto open = [&](const char* kind, bool is_thread) {
-        const std::uint64_t number = machine.Open().New();
-        machine.Open().processes.emplace(number, ProcessHandle{index, is_thread});
+        const std::uint64_t number = machine.Handles().New();
+        machine.Handles().processes.emplace(number, ProcessHandle{index, is_thread});
         call.Opened(kind, number);
         return MakeHandle<HANDLE>(number);
     };

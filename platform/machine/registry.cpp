@@ -35,7 +35,7 @@ constexpr REGSAM kAllKeyRights = 0x1F003F;
 
 // The key behind a handle: an open one's or a predefined one's.
 std::optional<KeyHandle> KeyOf(Machine& machine, HKEY handle) {
-    if (const auto open = machine.Open().keys.find(HandleNumber(handle)); open != machine.Open().keys.end())
+    if (const auto open = machine.Handles().keys.find(HandleNumber(handle)); open != machine.Handles().keys.end())
         return open->second;
     const auto hive = machine.hives.find(static_cast<std::uint32_t>(HandleNumber(handle)));
     if ((HandleNumber(handle) & 0x80000000) == 0 || hive == machine.hives.end())
@@ -135,8 +135,8 @@ LONG OpenKeyHandle(Call& call, Machine& machine, const std::shared_ptr<RegistryK
         return ERROR_ACCESS_DENIED;
     if ((asked & MAXIMUM_ALLOWED) != 0)
         granted |= kAllKeyRights & ~key->refused;
-    const std::uint64_t number = machine.Open().New();
-    machine.Open().keys.emplace(number, KeyHandle{key, granted});
+    const std::uint64_t number = machine.Handles().New();
+    machine.Handles().keys.emplace(number, KeyHandle{key, granted});
     call.Opened(kKeyHandle, number);
     result = MakeHandle<HKEY>(number);
     return ERROR_SUCCESS;
@@ -324,7 +324,7 @@ LONG WINAPI RegDeleteValueW(HKEY key, LPCWSTR name) {
 LONG WINAPI RegCloseKey(HKEY key) {
     Call call("RegCloseKey", key);
     Machine& machine = Machine::Current();
-    if (machine.Open().keys.erase(HandleNumber(key)) != 0) {
+    if (machine.Handles().keys.erase(HandleNumber(key)) != 0) {
         call.Closed(kKeyHandle, HandleNumber(key));
         return Result(call, call.Faulted() ? call.FaultError(ERROR_GEN_FAILURE) : ERROR_SUCCESS);
     }

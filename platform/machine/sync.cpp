@@ -18,8 +18,8 @@ QX_PLATFORM_CALL(WaitForSingleObject);
 namespace {
 
 HANDLE NewHandle(Call& call, Machine& machine, std::shared_ptr<MutexObject> mutex) {
-    const std::uint64_t number = machine.Open().New();
-    machine.Open().mutexes.emplace(number, MutexHandle{std::move(mutex), CurrentSimulatedProcess()});
+    const std::uint64_t number = machine.Handles().New();
+    machine.Handles().mutexes.emplace(number, MutexHandle{std::move(mutex), CurrentSimulatedProcess()});
     call.Opened(kMutexHandle, number);
     return MakeHandle<HANDLE>(number);
 }
@@ -52,7 +52,7 @@ void Own(MutexObject& mutex) {
 }  // namespace
 
 void AbandonMutexes(Machine& machine, unsigned process, const std::thread::id* thread) {
-    for (auto& [number, open] : machine.Open().mutexes) {
+    for (auto& [number, open] : machine.Handles().mutexes) {
         MutexObject& mutex = *open.mutex;
         const bool owned = thread != nullptr ? mutex.owner_process != 0 && mutex.owner_thread == *thread
                                              : mutex.owner_process == process;
@@ -62,12 +62,12 @@ void AbandonMutexes(Machine& machine, unsigned process, const std::thread::id* t
         mutex.recursion = 0;
         mutex.abandoned = true;
     }
-    machine.Open().mutex_released.notify_all();
+    machine.Handles().mutex_released.notify_all();
 }
 
 std::optional<DWORD> WaitForMutex(Call& call, Machine& machine, std::uint64_t handle, DWORD timeout) {
-    const auto found = machine.Open().mutexes.find(handle);
-    if (found == machine.Open().mutexes.end())
+    const auto found = machine.Handles().mutexes.find(handle);
+    if (found == machine.Handles().mutexes.end())
         return std::nullopt;
     const std::shared_ptr<MutexObject> mutex = found->second.mutex;
     const auto available = [&] { return mutex->owner_process == 0 || OwnedHere(*mutex); };
@@ -80,8 +80,8 @@ std::optional<DWORD> WaitForMutex(Call& call, Machine& machine, std::uint64_t ha
                 stderr);
             std::abort();
         }
-        machine.Open().mutex_released.wait(call.Guard(), available);
-    } else if (!available() && !machine.Open().mutex_released.wait_for(
+        machine.Handles().mutex_released.wait(call.Guard(), available);
+    } else if (!available() && !machine.Handles().mutex_released.wait_for(
                                    call.Guard(), std::chrono::milliseconds(timeout), available)) {
         return WAIT_TIMEOUT;
     }
@@ -100,13 +100,13 @@ HANDLE WINAPI CreateMutexW(LPSECURITY_ATTRIBUTES, BOOL owned, LPCWSTR name) {
         return fail(ERROR_ACCESS_DENIED);
     std::shared_ptr<MutexObject> mutex;
     if (!key.empty())
-        mutex = machine.Open().mutex_names[key].lock();
+        mutex = machine.Handles().mutex_names[key].lock();
     const bool existed = mutex != nullptr;
     if (!existed) {
         mutex = std::make_shared<MutexObject>();
         mutex->name = key;
         if (!key.empty())
-            machine.Open().mutex_names[key] = mutex;
+            machine.Handles().mutex_names[key] = mutex;
         if (owned != FALSE)
             Own(*mutex);
     }
@@ -118,8 +118,8 @@ HANDLE WINAPI CreateMutexW(LPSECURITY_ATTRIBUTES, BOOL owned, LPCWSTR name) {
 BOOL WINAPI ReleaseMutex(HANDLE handle) {
     Call call("ReleaseMutex", handle);
     Machine& machine = Machine::Current();
-    const auto found = machine.Open().mutexes.find(HandleNumber(handle));
-    if (found == machine.Open().mutexes.end()) {
+    const auto found = machine.Handles().mutexes.find(HandleNumber(handle));
+    if (found == machine.Handles().mutexes.end()) {
         if (ThePassthrough().release_mutex)
             return call.Return(ThePassthrough().release_mutex(handle));
         return call.Fail(call.FaultError(ERROR_INVALID_HANDLE));
@@ -130,7 +130,7 @@ BOOL WINAPI ReleaseMutex(HANDLE handle) {
     // Made to fail, it releases all the same: an owner that lives on has no other way to give the mutex back.
     if (--mutex.recursion == 0) {
         mutex.owner_process = 0;
-        machine.Open().mutex_released.notify_all();
+        machine.Handles().mutex_released.notify_all();
     }
     if (call.Faulted())
         return call.Fail(call.FaultError(ERROR_GEN_FAILURE));
@@ -154,6 +154,23 @@ DWORD WINAPI WaitForSingleObject(HANDLE handle, DWORD timeout) {
         return call.Return(real);
     }
     return call.Fail(ERROR_INVALID_HANDLE, WAIT_FAILED);
+}
+
+bool Machine::MutexExists(WideView name) const {
+    const auto found = handles_->mutex_names.find(WideString(name));
+    return found != handles_->mutex_names.end() && !found->second.expired();
+}
+
+void Machine::EndProcess(unsigned process) {
+    Call call = Call::Infallible("(process ends)", process);
+    AbandonMutexes(*this, process, nullptr);
+    const auto close = [&](const char* kind, auto& table) {
+        std::erase_if(table, [&](const auto& entry) {
+            return entry.second.process == process && call.Closed(kind, entry.first);
+        });
+    };
+    close(kMutexHandle, handles_->mutexes);
+    close(kFileHandle, handles_->files);
 }
 
 }  // namespace qxsim
