@@ -5,8 +5,8 @@
 
 namespace qx {
 
-// Does `work` to its end or to the first thing that it cannot have: memory, as a rule. Returns what `work` does,
-// true when that is nothing, and false when an exception ended it.
+// Does `work` to its end or to the first thing that it cannot have: memory, as a rule. Returns what `work`
+// does, true when that is nothing, and false when an exception ended it.
 template <typename Work>
 bool Attempt(Work work) noexcept {
     try {

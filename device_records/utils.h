@@ -43,7 +43,7 @@ class CUtils {
     static bool FillComboByValue(HWND box, const OptionList& list, DWORD current, bool by_bits);
     static bool FillComboByText(HWND box, const std::vector<Text>& names, const Text& current);
     // The value of the selected entry; 0xFFFFFFFF when nothing is selected or there is no box.
-    [[nodiscard]] static DWORD GetSelectedValue(HWND box);
+    [[nodiscard]] static DWORD GetSelectedValue(HWND box) noexcept;
 };
 
 }  // namespace qx

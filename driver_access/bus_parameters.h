@@ -5,14 +5,11 @@
 
 namespace qx {
 
-// What the bus driver keeps for a port, as 14 elements in the drivers' order: USB transfers, FIFO sizes, and
-// the latency policy with the positions of its sliders. Meaningful after a successful read.
-class CQxUBusUserModeInterface : public CSsInformationSet {
+// What the bus driver keeps for a port: USB transfers, FIFO sizes, and the latency policy with the positions of its
+// sliders.
+class CBusParameters {
   public:
-    // Registers the elements. One that cannot be registered for want of memory is left out; such a set is not
-    // complete, and is never exchanged with the driver.
-    CQxUBusUserModeInterface() noexcept;
-    ~CQxUBusUserModeInterface() override = default;
+    friend bool operator==(const CBusParameters&, const CBusParameters&) = default;
 
     DWORD USB_TxTransferSize = 0;  // bytes
     DWORD USB_RxTransferSize = 0;  // bytes
@@ -28,6 +25,18 @@ class CQxUBusUserModeInterface : public CSsInformationSet {
     DWORD LowCpuUsageFineTuning = 0;
     DWORD PortType = 0;
     DWORD SoftTxLimit = 0;
+};
+
+// The same as 14 elements in the drivers' order. Meaningful after a successful read.
+class CQxUBusUserModeInterface : public CSsInformationSet, public CBusParameters {
+  public:
+    using Values = CBusParameters;
+    static constexpr DWORD kSelector = kBusSet;
+
+    // Registers the elements. One that cannot be registered because memory ran out is left out; such a set is
+    // not complete, and is never exchanged with the driver.
+    CQxUBusUserModeInterface() noexcept;
+    ~CQxUBusUserModeInterface() override = default;
 };
 
 }  // namespace qx

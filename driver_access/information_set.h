@@ -12,11 +12,17 @@
 
 namespace qx {
 
+// Which parameter set a request to a driver is about.
+inline constexpr DWORD kPortSet = 0;  // CQxUVcpUserModeInterface
+inline constexpr DWORD kBusSet = 1;   // CQxUBusUserModeInterface
+
 // A string setting.
 struct StringHolder {
     Text text;
     // 0 = ready, -1 = the last conversion between the wide text and the driver's single bytes failed.
     std::int32_t status = 0;
+
+    friend bool operator==(const StringHolder& a, const StringHolder& b) noexcept { return a.text == b.text; }
 };
 
 // Element types.

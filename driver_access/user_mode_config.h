@@ -7,10 +7,6 @@
 
 namespace qx {
 
-// Which parameter set a request is about.
-inline constexpr DWORD kPortSet = 0;  // CQxUVcpUserModeInterface
-inline constexpr DWORD kBusSet = 1;   // CQxUBusUserModeInterface
-
 // The drivers' control requests: device type 0x8001, buffered, read and write access.
 inline constexpr DWORD IOCTL_GET_SETTINGS_SIZE = 0x8001E000;
 inline constexpr DWORD IOCTL_GET_SETTINGS = 0x8001E004;
@@ -38,9 +34,6 @@ class CQxUserModeConfig : public CQxSetupDi_DeviceInterface {
     [[nodiscard]] bool ReadDefaultSettings(CSsInformationSet& set, DWORD selector) noexcept;
     // Hands the values of `set` to the driver, all in one request.
     [[nodiscard]] bool WriteSettings(CSsInformationSet& set, DWORD selector) noexcept;
-
-    // The port's registry record.
-    [[nodiscard]] const CQXDeviceRegInfo& PortRecord() const noexcept { return port_record_; }
 
   private:
     [[nodiscard]] File OpenControlDevice() const noexcept;

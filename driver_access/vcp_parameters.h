@@ -67,11 +67,14 @@ class CVcpParameters : public CVCPEmulation {
 };
 
 // Everything that the port driver keeps for one port, as 33 elements in the drivers' order. Meaningful after
-// a successful read; before it, the fields hold what a port without a driver would get.
+// a successful read; before it, the fields hold their initial values.
 class CQxUVcpUserModeInterface : public CSsInformationSet, public CVcpParameters {
   public:
-    // Registers the elements. One that cannot be registered for want of memory is left out; such a set is not
-    // complete, and is never exchanged with the driver.
+    using Values = CVcpParameters;
+    static constexpr DWORD kSelector = kPortSet;
+
+    // Registers the elements. One that cannot be registered because memory ran out is left out; such a set is
+    // not complete, and is never exchanged with the driver.
     CQxUVcpUserModeInterface() noexcept;
     ~CQxUVcpUserModeInterface() override = default;
 };

@@ -1,5 +1,6 @@
 #include "pages/advanced_dialog.h"
 
+#include "device_records/device_reg_info.h"
 #include "device_records/registry_layout.h"
 
 namespace qx {
@@ -16,15 +17,14 @@ Text CaptionFor(const CQXDeviceRegInfo& port) {
 
 CAdvancedDialog::CAdvancedDialog(HDEVINFO device_set, const SP_DEVINFO_DATA& element)
     : CPropertySheet(CaptionFor(CQXDeviceRegInfo(device_set, element))),
-      port_record_(device_set, element),
       rs422_485_page_(device_set, element),
       com_number_page_(device_set, element),
       usb_settings_page_(device_set, element) {
-    AddPage(com_number_page_.Create());
+    sheet_pages_.Add(com_number_page_.Create());
     if (rs422_485_page_.IsOffered())
-        AddPage(rs422_485_page_.Create());
-    AddPage(usb_settings_page_.Create());
-    AddPage(about_page_.Create());
+        sheet_pages_.Add(rs422_485_page_.Create());
+    sheet_pages_.Add(usb_settings_page_.Create());
+    sheet_pages_.Add(about_page_.Create());
 }
 
 }  // namespace qx

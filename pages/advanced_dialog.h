@@ -1,7 +1,6 @@
 // The "Advanced Settings for" sheet.
 #pragma once
 
-#include "device_records/device_reg_info.h"
 #include "pages/about_page.h"
 #include "pages/com_number_page.h"
 #include "pages/property_sheet.h"
@@ -20,15 +19,19 @@ class CAdvancedDialog : public CPropertySheet {
     CAdvancedDialog(HDEVINFO device_set, const SP_DEVINFO_DATA& element);
     ~CAdvancedDialog() override = default;
 
-    // The duplex mode that the RS-422/485 page holds, whether it was shown or not.
-    [[nodiscard]] DWORD DuplexMode() const noexcept { return rs422_485_page_.DuplexMode(); }
+    [[nodiscard]] INT_PTR DoModal(HWND owner = nullptr) noexcept {
+        return CPropertySheet::DoModal(sheet_pages_, owner);
+    }
+
+    // The page that holds the duplex mode, whether it was shown or not.
+    [[nodiscard]] const CRS422485Page& DuplexModePage() const noexcept { return rs422_485_page_; }
 
   private:
-    CQXDeviceRegInfo port_record_;
     CRS422485Page rs422_485_page_;
     CDeviceAdvSettingPage com_number_page_;
     CNewUSBSettingsPage usb_settings_page_;
     CAboutPage about_page_;
+    CSheetPages sheet_pages_;
 };
 
 }  // namespace qx

@@ -52,6 +52,9 @@ LRESULT CClickableStatic::SubclassProcedure(HWND window, UINT message, WPARAM wp
         case WM_KEYDOWN:
             if (!IsClickKey(wparam))
                 break;
+            // A key that is held down clicks once.
+            if (HIWORD(lparam) & KF_REPEAT)
+                return 0;
             SendMessageW(GetParent(window), WM_COMMAND,
                          MAKEWPARAM(static_cast<WORD>(GetDlgCtrlID(window)), STN_CLICKED),
                          reinterpret_cast<LPARAM>(window));

@@ -2,6 +2,7 @@
 
 #include "base/module_instance.h"
 #include "device_records/com_port_util.h"
+#include "device_records/port_database.h"
 #include "device_records/utils.h"
 #include "module/resource.h"
 
@@ -35,9 +36,7 @@ CDeviceAdvSettingPage::CDeviceAdvSettingPage(HDEVINFO device_set, const SP_DEVIN
       device_set_(device_set),
       element_(element),
       parent_(device_set, element) {
-    // What cannot be read keeps its initial values, which the page then shows.
-    static_cast<void>(FindInterface() && ReadSettings(port_set_, kPortSet) && parent_.FindParent() &&
-                      ReadSettings(bus_set_, kBusSet));
+    static_cast<void>(FindInterface() && port_set_.Read() && parent_.FindParent() && bus_set_.Read());
 }
 
 void CDeviceAdvSettingPage::Initialise() {
@@ -49,31 +48,23 @@ void CDeviceAdvSettingPage::Initialise() {
 }
 
 void CDeviceAdvSettingPage::ShowInformation() const {
-    SetItemText(IDC_INTERFACE_TYPE, bus_set_.InterfaceType.text);
-    SetItemText(IDC_RX_FIFO, Format(TEXT("%d bytes"), bus_set_.RxFifoSize));
-    SetItemText(IDC_TX_FIFO, Format(TEXT("%d bytes"), bus_set_.TxFifoSize));
-    SetItemText(IDC_MAXIMUM_BAUD_RATE, Format(TEXT("%d baud"), bus_set_.MaximumBaudRate));
+    SetItemText(IDC_INTERFACE_TYPE, bus_set_->InterfaceType.text);
+    SetItemText(IDC_RX_FIFO, Format(TEXT("%d bytes"), bus_set_->RxFifoSize));
+    SetItemText(IDC_TX_FIFO, Format(TEXT("%d bytes"), bus_set_->TxFifoSize));
+    SetItemText(IDC_MAXIMUM_BAUD_RATE, Format(TEXT("%d baud"), bus_set_->MaximumBaudRate));
 }
 
 void CDeviceAdvSettingPage::FillComNames() const {
-    CCOMPortUtil port(device_set_, element_);
-    static_cast<void>(port.OpenPortDatabase());  // without it the list is empty
-    // Whatever happens in between, the database must not stay open.
-    const struct DatabaseCloser {
-        CCOMPortUtil& port;
-        ~DatabaseCloser() { port.ClosePortDatabase(); }
-    } closer{port};
+    CPortUtil database;
+    const PortDatabaseSession session(database);  // without it the list is empty
     const Text current = PortName();
     RegisterTips();
-    CUtils::FillComboByText(Item(IDC_COM_NUMBER), port.ListComNames(current), current);
+    CUtils::FillComboByText(Item(IDC_COM_NUMBER), database.ListComNames(current), current);
 }
 
 Text CDeviceAdvSettingPage::SelectedName() const {
     const HWND box = Item(IDC_COM_NUMBER);
-    const LRESULT selected = SendMessageW(box, CB_GETCURSEL, 0, 0);
-    if (selected == CB_ERR)
-        return {};
-    const auto entry = static_cast<WPARAM>(selected);
+    const auto entry = static_cast<WPARAM>(SendMessageW(box, CB_GETCURSEL, 0, 0));
     const LRESULT length = SendMessageW(box, CB_GETLBTEXTLEN, entry, 0);
     if (length == CB_ERR)
         return {};
@@ -84,9 +75,12 @@ Text CDeviceAdvSettingPage::SelectedName() const {
 }
 
 LRESULT CDeviceAdvSettingPage::Apply() {
+    // A port whose name is not in the list has nothing selected, and nobody asked for another name.
+    if (!HasSelection(Item(IDC_COM_NUMBER)))
+        return kAccepted;
     CCOMPortUtil port(device_set_, element_);
     const Text name = SelectedName();
-    // A port without a number in the list has nothing selected. Number 0 would come of an empty name.
+    // Number 0 would come of an empty name.
     if (!name.empty() && port.RenameComPort(name, Window(), true, true))
         return kAccepted;
     ShowMessage(LoadText(IDS_RENAME_FAILED), TEXT("Error"), MB_OK | MB_ICONERROR);

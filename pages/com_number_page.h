@@ -23,7 +23,7 @@ class CDeviceAdvSettingPage : public CSettingsPage {
 
     HDEVINFO device_set_;
     SP_DEVINFO_DATA element_;
-    CQxUBusUserModeInterface bus_set_;
+    SettingsCopy<CQxUBusUserModeInterface> bus_set_{*this};
     CQxSetupDi_ParentDevice parent_;
 };
 

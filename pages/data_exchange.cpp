@@ -39,6 +39,10 @@ void CDataExchange::WriteNumber(HWND control, DWORD value) {
     SetWindowTextW(control, Format(TEXT("%u"), value).c_str());
 }
 
+bool CDataExchange::HasSelection(HWND box) noexcept {
+    return box && SendMessageW(box, CB_GETCURSEL, 0, 0) != CB_ERR;
+}
+
 bool CDataExchange::IsChecked(HWND box) noexcept {
     return SendMessageW(box, BM_GETCHECK, 0, 0) == BST_CHECKED;
 }

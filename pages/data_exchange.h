@@ -15,6 +15,7 @@ class CDataExchange {
     [[nodiscard]] static bool ReadNumber(HWND control, DWORD& value);
     static void WriteNumber(HWND control, DWORD value);
 
+    [[nodiscard]] static bool HasSelection(HWND box) noexcept;
     [[nodiscard]] static bool IsChecked(HWND box) noexcept;
     static void SetChecked(HWND box, bool checked) noexcept;
 };

@@ -145,7 +145,7 @@ bool CUtils::FillComboByText(HWND box, const std::vector<Text>& names, const Tex
     return true;
 }
 
-DWORD CUtils::GetSelectedValue(HWND box) {
+DWORD CUtils::GetSelectedValue(HWND box) noexcept {
     if (!box)
         return static_cast<DWORD>(CB_ERR);
     const LRESULT selected = SendMessageW(box, CB_GETCURSEL, 0, 0);

@@ -7,13 +7,13 @@
 #include <utility>
 
 BOOL CALLBACK QxUPortPropPage(LPVOID request, LPFNADDPROPSHEETPAGE add_page, LPARAM argument) noexcept {
-    if (!request || !add_page)
+    if (!request)
         return FALSE;
     const auto& asked = *static_cast<const SP_PROPSHEETPAGE_REQUEST*>(request);
     if (asked.PageRequested != SPPSR_ENUM_ADV_DEVICE_PROPERTIES)
         return TRUE;
     // Properties of the whole class come without a device.
-    if (!asked.DeviceInfoData)
+    if (!add_page || !asked.DeviceInfoData)
         return FALSE;
     try {
         auto page = std::make_unique<qx::CQxUIPropertyPage>(asked.DeviceInfoSet, *asked.DeviceInfoData);

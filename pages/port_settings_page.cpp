@@ -18,7 +18,7 @@ constexpr DWORD kAllFlowControls = 0x7;
 // What a flow-control value may hold besides 0.
 constexpr DWORD kFlowControlBits = 0xF;
 
-// What a box yields that has no selection, or is not there. It has every bit, and is no flow control.
+// What a box yields that has no selection. It has every bit, and is no flow control.
 constexpr DWORD kNothingSelected = 0xFFFFFFFF;
 
 // Half duplex with automatic gating of the transmitter: the lines serve the gating.
@@ -97,7 +97,7 @@ bool IsStopBits(DWORD value) noexcept {
     return value <= 2;
 }
 bool IsFlowControl(DWORD value) noexcept {
-    return value == 0 || (value != kNothingSelected && (value & kFlowControlBits) != 0);
+    return value == 0 || (value & kFlowControlBits) != 0;
 }
 
 // Takes a value over if it is known; true when it differs, known or not.
@@ -109,11 +109,11 @@ bool Take(DWORD& stored, DWORD value, bool known) noexcept {
     return true;
 }
 
+// Stores 1 or 0; true when that means something else than what was stored.
 bool TakeFlag(DWORD& stored, bool on) noexcept {
-    if ((stored != 0) == on)
-        return false;
+    const bool changed = (stored != 0) != on;
     stored = on ? 1 : 0;
-    return true;
+    return changed;
 }
 
 HWND EditFieldOf(HWND box) noexcept {
@@ -128,7 +128,7 @@ CQxUIPropertyPage::CQxUIPropertyPage(HDEVINFO device_set, const SP_DEVINFO_DATA&
     : CSettingsPage(kPage, device_set, element),
       device_set_(device_set),
       element_(element),
-      loaded_(FindInterface() && ReadSettings(port_set_, kPortSet)) {}
+      loaded_(FindInterface() && port_set_.Read()) {}
 
 bool CQxUIPropertyPage::Clicked(int control) {
     switch (control) {
@@ -171,61 +171,61 @@ void CQxUIPropertyPage::Initialise() {
         // The mouse meets the edit field before the box around it.
         AddTool(edit);
     }
-    FillControls();
+    FillControls(*port_set_);
     WriteNumber(Item(IDC_BAUD_RATE), baud_rate_);
     tip_mode_ = TipMode::Information;
 }
 
 DWORD CQxUIPropertyPage::FlowControlMask() const noexcept {
-    return port_set_.SupportedFlowControls & (IsHalfDuplex() ? ~kAllFlowControls : ~DWORD{0});
+    return port_set_->SupportedFlowControls & (IsHalfDuplex() ? ~kAllFlowControls : ~DWORD{0});
 }
 
 bool CQxUIPropertyPage::IsHalfDuplex() const noexcept {
-    return IsRs422485Port() && port_set_.DuplexMode == kHalfDuplexMode;
+    return IsRs422485Port() && port_set_->DuplexMode == kHalfDuplexMode;
 }
 
-void CQxUIPropertyPage::FillFlowControl() const {
+void CQxUIPropertyPage::FillFlowControl(DWORD flow_control) const {
     CUtils::FillComboByValue(Item(IDC_FLOW_CONTROL),
                              CUtils::FlowControlList(IDS_FLOW_CONTROLS, FlowControlMask()),
-                             port_set_.FlowControl, true);
+                             flow_control, true);
 }
 
-void CQxUIPropertyPage::FillControls() {
+void CQxUIPropertyPage::FillControls(const CVcpParameters& values) {
     CUtils::FillComboByValue(Item(IDC_BAUD_RATE),
-                             CUtils::BaudRateList(port_set_.SupportedBaudRates, port_set_.MaxBaudRate),
-                             port_set_.Baudrate, false);
-    CUtils::FillComboByValue(Item(IDC_DATA_BITS), CUtils::DataBitsList(port_set_.SupportedDataBits),
-                             port_set_.Databits, false);
-    CUtils::FillComboByValue(Item(IDC_PARITY), CUtils::ParityList(IDS_PARITIES, port_set_.SupportedParities),
-                             port_set_.Parity, false);
+                             CUtils::BaudRateList(values.SupportedBaudRates, values.MaxBaudRate),
+                             values.Baudrate, false);
+    CUtils::FillComboByValue(Item(IDC_DATA_BITS), CUtils::DataBitsList(values.SupportedDataBits),
+                             values.Databits, false);
+    CUtils::FillComboByValue(Item(IDC_PARITY), CUtils::ParityList(IDS_PARITIES, values.SupportedParities),
+                             values.Parity, false);
     CUtils::FillComboByValue(Item(IDC_STOP_BITS),
-                             CUtils::StopBitsList(IDS_STOP_BITS, port_set_.SupportedStopBits),
-                             port_set_.Stopbits, false);
-    FillFlowControl();
+                             CUtils::StopBitsList(IDS_STOP_BITS, values.SupportedStopBits),
+                             values.Stopbits, false);
+    FillFlowControl(values.FlowControl);
 
     for (const auto& [control, flag] : kOverrideBoxes)
-        Check(control, port_set_.*flag != 0);
+        Check(control, values.*flag != 0);
 
     if (IsRs422485Port()) {
         Check(IDC_DSR_TRUE, true);
         EnableItem(IDC_DSR_TRUE, false);
         EnableItem(IDC_DSR_TRUE_LABEL, false);
-        ShowRs422485Cts();
+        ShowRs422485Cts(values.EmulateCTSTrue != 0);
     } else {
-        Check(IDC_CTS_TRUE, port_set_.EmulateCTSTrue != 0);
-        Check(IDC_DSR_TRUE, port_set_.EmulateDSRTrue != 0);
+        Check(IDC_CTS_TRUE, values.EmulateCTSTrue != 0);
+        Check(IDC_DSR_TRUE, values.EmulateDSRTrue != 0);
     }
     ApplyLineSupport();
     ShowOverrideWarning();
 
-    baud_rate_ = port_set_.Baudrate;
-    minimum_baud_rate_ = port_set_.MinBaudRate;
-    maximum_baud_rate_ = port_set_.MaxBaudRate;
+    baud_rate_ = values.Baudrate;
+    minimum_baud_rate_ = values.MinBaudRate;
+    maximum_baud_rate_ = values.MaxBaudRate;
 }
 
-void CQxUIPropertyPage::ShowRs422485Cts() const noexcept {
+void CQxUIPropertyPage::ShowRs422485Cts(bool emulated) const noexcept {
     const bool forced = IsHalfDuplex();
-    Check(IDC_CTS_TRUE, forced || port_set_.EmulateCTSTrue != 0);
+    Check(IDC_CTS_TRUE, forced || emulated);
     EnableItem(IDC_CTS_TRUE, !forced);
     EnableItem(IDC_CTS_TRUE_LABEL, !forced);
 }
@@ -233,12 +233,12 @@ void CQxUIPropertyPage::ShowRs422485Cts() const noexcept {
 // A line that the port does not have is always reported as on; one that the driver cannot emulate is not
 // offered. The DSR label stays legible on a port without that line.
 void CQxUIPropertyPage::ApplyLineSupport() const noexcept {
-    if (!port_set_.CtsSupported) {
+    if (!port_set_->CtsSupported) {
         Check(IDC_CTS_TRUE, true);
         EnableItem(IDC_CTS_TRUE, false);
         EnableItem(IDC_CTS_TRUE_LABEL, false);
     }
-    if (!port_set_.DsrSupported) {
+    if (!port_set_->DsrSupported) {
         Check(IDC_DSR_TRUE, true);
         EnableItem(IDC_DSR_TRUE, false);
     }
@@ -259,8 +259,8 @@ void CQxUIPropertyPage::ShowOverrideWarning() const noexcept {
     for (const auto& box : kOverrideBoxes)
         overriding = overriding || Checked(box.control);
     if (!IsRs422485Port())
-        overriding = overriding || (port_set_.CtsSupported && Checked(IDC_CTS_TRUE)) ||
-                     (port_set_.DsrSupported && Checked(IDC_DSR_TRUE));
+        overriding = overriding || (port_set_->CtsSupported && Checked(IDC_CTS_TRUE)) ||
+                     (port_set_->DsrSupported && Checked(IDC_DSR_TRUE));
     for (const int control : kWarningControls)
         ShowItem(control, overriding);
 }
@@ -274,7 +274,7 @@ void CQxUIPropertyPage::AnswerBaudRateTip(NMTTDISPINFOW& request) {
             break;
         case TipMode::RangeError:
             text = Format(TEXT("Baud rate out of Range.\n\nPlease enter value between %d and %d."),
-                          port_set_.MinBaudRate, port_set_.MaxBaudRate);
+                          port_set_->MinBaudRate, port_set_->MaxBaudRate);
             break;
         case TipMode::WriteError:
             text = TEXT("Error setting baud rate.\n\nPlease enter valid settable baud rate.");
@@ -289,53 +289,68 @@ void CQxUIPropertyPage::RestoreDefaults() {
     CQxUVcpUserModeInterface defaults;
     if (!ReadDefaultSettings(defaults, kPortSet))
         return;
+    defaults_ = defaults;
+    FillControls(WithDefaults());
+}
+
+CVcpParameters CQxUIPropertyPage::WithDefaults() const noexcept {
+    CVcpParameters values = *port_set_;
+    if (!defaults_)
+        return values;
     const auto take = [](DWORD& stored, DWORD value, bool known) {
         if (known)
             stored = value;
     };
-    port_set_.Baudrate = defaults.Baudrate;
-    take(port_set_.Databits, defaults.Databits, IsDataBits(defaults.Databits));
-    take(port_set_.Parity, defaults.Parity, IsParity(defaults.Parity));
-    take(port_set_.Stopbits, defaults.Stopbits, IsStopBits(defaults.Stopbits));
-    take(port_set_.FlowControl, defaults.FlowControl, IsFlowControl(defaults.FlowControl));
+    values.Baudrate = defaults_->Baudrate;
+    take(values.Databits, defaults_->Databits, IsDataBits(defaults_->Databits));
+    take(values.Parity, defaults_->Parity, IsParity(defaults_->Parity));
+    take(values.Stopbits, defaults_->Stopbits, IsStopBits(defaults_->Stopbits));
+    take(values.FlowControl, defaults_->FlowControl, IsFlowControl(defaults_->FlowControl));
     for (const auto& box : kOverrideBoxes)
-        port_set_.*box.flag = defaults.*box.flag ? 1 : 0;
-    port_set_.EmulateCTSTrue = defaults.EmulateCTSTrue ? 1 : 0;
-    port_set_.EmulateDSRTrue = defaults.EmulateDSRTrue ? 1 : 0;
-    FillControls();
-    defaults_loaded_ = true;
+        TakeFlag(values.*box.flag, (*defaults_).*box.flag != 0);
+    TakeFlag(values.EmulateCTSTrue, defaults_->EmulateCTSTrue != 0);
+    TakeFlag(values.EmulateDSRTrue, defaults_->EmulateDSRTrue != 0);
+    return values;
 }
 
 void CQxUIPropertyPage::OpenAdvancedSettings() {
     CAdvancedDialog sheet(device_set_, element_);
-    if (sheet.DoModal() != CAdvancedDialog::kClosedWithOk)
+    const bool closed_with_ok = sheet.DoModal() == CAdvancedDialog::kClosedWithOk;
+    // The mode that the sheet wrote is the driver's, also when another page refused and the user gave up, or when
+    // the driver cannot be asked now. This page must not write the former one over it.
+    const CRS422485Page& page = sheet.DuplexModePage();
+    if (!(closed_with_ok && port_set_.Read()) && !page.HasWritten())
         return;
-    if (!ReadSettings(port_set_, kPortSet))
-        return;
-    port_set_.DuplexMode = sheet.DuplexMode();
+    if (const std::optional<DWORD> mode = page.DuplexMode())
+        port_set_.Learn(&CVcpParameters::DuplexMode, *mode);
     // The rest of the page keeps what the user entered before.
     if (IsRs422485Port()) {
-        FillFlowControl();
-        ShowRs422485Cts();
+        FillFlowControl(port_set_->FlowControl);
+        ShowRs422485Cts(port_set_->EmulateCTSTrue != 0);
     }
     ApplyLineSupport();
 }
 
-// Compares the controls with the port's settings, all of them, and takes over what is valid; true when
-// anything differs.
-bool CQxUIPropertyPage::TakeChanges(DWORD data_bits, DWORD parity, DWORD stop_bits, DWORD flow_control) {
-    bool changed = Take(port_set_.Baudrate, baud_rate_, true);
-    changed |= Take(port_set_.Databits, data_bits, IsDataBits(data_bits));
-    changed |= Take(port_set_.Parity, parity, IsParity(parity));
-    changed |= Take(port_set_.Stopbits, stop_bits, IsStopBits(stop_bits));
-    changed |= Take(port_set_.FlowControl, flow_control, IsFlowControl(flow_control));
+CQxUIPropertyPage::LineSettings CQxUIPropertyPage::SelectedLineSettings() const noexcept {
+    return {CUtils::GetSelectedValue(Item(IDC_DATA_BITS)), CUtils::GetSelectedValue(Item(IDC_PARITY)),
+            CUtils::GetSelectedValue(Item(IDC_STOP_BITS)), CUtils::GetSelectedValue(Item(IDC_FLOW_CONTROL))};
+}
+
+// Compares the controls with `wanted`, all of them, and takes over what is valid; true when anything differs.
+bool CQxUIPropertyPage::TakeChanges(CVcpParameters& wanted, const LineSettings& selected) const noexcept {
+    bool changed = Take(wanted.Baudrate, baud_rate_, true);
+    changed |= Take(wanted.Databits, selected.data_bits, IsDataBits(selected.data_bits));
+    changed |= Take(wanted.Parity, selected.parity, IsParity(selected.parity));
+    changed |= Take(wanted.Stopbits, selected.stop_bits, IsStopBits(selected.stop_bits));
+    changed |= Take(wanted.FlowControl, selected.flow_control,
+                    IsFlowControl(selected.flow_control) && selected.flow_control != kNothingSelected);
     for (const auto& box : kOverrideBoxes)
-        changed |= TakeFlag(port_set_.*box.flag, Checked(box.control));
+        changed |= TakeFlag(wanted.*box.flag, Checked(box.control));
     if (!IsRs422485Port()) {
-        changed |= TakeFlag(port_set_.EmulateCTSTrue, Checked(IDC_CTS_TRUE));
-        changed |= TakeFlag(port_set_.EmulateDSRTrue, Checked(IDC_DSR_TRUE));
+        changed |= TakeFlag(wanted.EmulateCTSTrue, Checked(IDC_CTS_TRUE));
+        changed |= TakeFlag(wanted.EmulateDSRTrue, Checked(IDC_DSR_TRUE));
     } else if (!IsHalfDuplex()) {
-        changed |= TakeFlag(port_set_.EmulateCTSTrue, Checked(IDC_CTS_TRUE));
+        changed |= TakeFlag(wanted.EmulateCTSTrue, Checked(IDC_CTS_TRUE));
     }
     return changed;
 }
@@ -346,38 +361,36 @@ LRESULT CQxUIPropertyPage::Apply() {
         baud_rate_ > maximum_baud_rate_) {
         MessageBeep(0xFFFFFFFF);
         SetFocus(baud_rate_box);
-        ShowMessage(Format(TEXT("Please enter baud rate between %d bps and %d bps."), port_set_.MinBaudRate,
-                           port_set_.MaxBaudRate),
+        ShowMessage(Format(TEXT("Please enter baud rate between %d bps and %d bps."), port_set_->MinBaudRate,
+                           port_set_->MaxBaudRate),
                     TEXT("Baud rate out of Range"), MB_OK | MB_ICONERROR);
         tip_mode_ = TipMode::RangeError;
         return kRefused;
     }
 
-    const DWORD data_bits = CUtils::GetSelectedValue(Item(IDC_DATA_BITS));
-    const DWORD parity = CUtils::GetSelectedValue(Item(IDC_PARITY));
-    const DWORD stop_bits = CUtils::GetSelectedValue(Item(IDC_STOP_BITS));
-    const DWORD flow_control = CUtils::GetSelectedValue(Item(IDC_FLOW_CONTROL));
-    if (!TakeChanges(data_bits, parity, stop_bits, flow_control) && !defaults_loaded_) {
+    const LineSettings selected = SelectedLineSettings();
+    CVcpParameters wanted = WithDefaults();
+    if (!TakeChanges(wanted, selected) && !defaults_) {
         tip_mode_ = TipMode::Information;
         return kAccepted;
     }
 
     const Text name = PortName();
     if (!MayChange(name, IDS_SETTINGS_PORT_OPEN)) {
-        static_cast<void>(ReadSettings(port_set_, kPortSet));
+        port_set_.Read();
         return kRefused;
     }
-    if (!WriteSettings(port_set_, kPortSet)) {
+    if (!port_set_.Write(wanted)) {
         ShowMessage(TEXT("Error setting baud rate.\n\nPlease enter valid settable baud rate."),
                     TEXT("Error setting baud rate"), MB_OK | MB_ICONERROR);
         tip_mode_ = TipMode::WriteError;
-        static_cast<void>(ReadSettings(port_set_, kPortSet));
+        port_set_.Read();
         return kRefused;
     }
-    defaults_loaded_ = false;
+    defaults_.reset();
     // Only programs that know nothing of drivers read this entry; the driver has the settings already.
-    static_cast<void>(CUtils::WritePortsEntry(name, static_cast<int>(baud_rate_), data_bits, parity,
-                                              stop_bits, flow_control));
+    static_cast<void>(CUtils::WritePortsEntry(name, static_cast<int>(baud_rate_), selected.data_bits,
+                                              selected.parity, selected.stop_bits, selected.flow_control));
     tip_mode_ = TipMode::Information;
     return kAccepted;
 }

@@ -3,6 +3,8 @@
 
 #include "pages/settings_page.h"
 
+#include <optional>
+
 namespace qx {
 
 // The port driver's default line settings: baud rate, data bits, parity, stop bits and flow control, a box
@@ -25,14 +27,24 @@ class CQxUIPropertyPage : public CSettingsPage {
     [[nodiscard]] LRESULT Apply() override;
     bool Clicked(int control) override;
     void AnswerTip(int control, NMTTDISPINFOW& request) override;
-    void FillControls();
-    void FillFlowControl() const;
-    void ShowRs422485Cts() const noexcept;
+    void FillControls(const CVcpParameters& values);
+    void FillFlowControl(DWORD flow_control) const;
+    void ShowRs422485Cts(bool emulated) const noexcept;
     void ApplyLineSupport() const noexcept;
     void ShowOverrideWarning() const noexcept;
     void RestoreDefaults();
     void OpenAdvancedSettings();
-    [[nodiscard]] bool TakeChanges(DWORD data_bits, DWORD parity, DWORD stop_bits, DWORD flow_control);
+    // The driver's settings, with the defaults in their place where the user asked for them.
+    [[nodiscard]] CVcpParameters WithDefaults() const noexcept;
+    // What the boxes yield, each 0xFFFFFFFF for an empty selection.
+    struct LineSettings {
+        DWORD data_bits;
+        DWORD parity;
+        DWORD stop_bits;
+        DWORD flow_control;
+    };
+    [[nodiscard]] LineSettings SelectedLineSettings() const noexcept;
+    [[nodiscard]] bool TakeChanges(CVcpParameters& wanted, const LineSettings& selected) const noexcept;
     void AnswerBaudRateTip(NMTTDISPINFOW& request);
 
     // The flow controls that the driver offers in the present duplex mode.
@@ -46,8 +58,9 @@ class CQxUIPropertyPage : public CSettingsPage {
     DWORD minimum_baud_rate_ = 0;
     DWORD maximum_baud_rate_ = 0;
     TipMode tip_mode_ = TipMode::Information;
-    // The page shows the driver's defaults, which are to be written even when they are the present values.
-    bool defaults_loaded_ = false;
+    // The driver's defaults, from the user's asking for them until they are written; they are written even when
+    // they are the present values.
+    std::optional<CVcpParameters> defaults_;
 };
 
 }  // namespace qx

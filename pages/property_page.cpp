@@ -81,13 +81,7 @@ INT_PTR CPropertyPage::DialogProcedure(HWND window, UINT message, WPARAM wparam,
     bool handled = false;
     try {
         const CActivationContext::Scope scope(page->activation_context_);
-        if (!page->initialised_ && EventOf(message, wparam, lparam) == kApply) {
-            handled = true;
-            result = kRefused;
-        } else {
-            handled = page->ProcessWindowMessage(message, wparam, lparam, result);
-        }
-        page->initialised_ = page->initialised_ || message == WM_INITDIALOG;
+        handled = page->ProcessWindowMessage(message, wparam, lparam, result);
     } catch (...) {
         // Out of memory. Nothing is lost as long as a page that could not be applied says so.
         handled = message == WM_INITDIALOG || EventOf(message, wparam, lparam) == kApply;

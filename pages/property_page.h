@@ -23,7 +23,7 @@ struct ControlText {
 // The object outlives its window, and is deleted by its owner: the sheet whose member it is, or, when it was
 // handed over with CreateAndHandOver, the platform's sheet page. A page's window is made only when its tab is
 // first shown. Everything runs on the thread of the sheet. No exception leaves a window message: a page that
-// runs out of memory does not apply, and otherwise leaves the message to the platform.
+// runs out of memory while it applies refuses, and otherwise leaves the message to the platform.
 class CPropertyPage {
   public:
     // Handles one message of the page's window; true when it was handled, with `result` as the answer (the
@@ -83,8 +83,6 @@ class CPropertyPage {
     Owned<BrushTraits> background_;
     HWND window_ = nullptr;
     bool owned_by_sheet_page_ = false;
-    // A page whose controls could not all be filled must not be applied: it would write what they lack.
-    bool initialised_ = false;
 };
 
 }  // namespace qx

@@ -15,26 +15,26 @@ int CALLBACK SheetCallback(HWND, UINT, LPARAM) noexcept {
 
 }  // namespace
 
-CPropertySheet::CPropertySheet(Text caption) noexcept
-    : caption_(std::move(caption)), activation_context_(ModuleInstance()) {}
-
-CPropertySheet::~CPropertySheet() {
-    for (const HPROPSHEETPAGE page : pages_)
+CSheetPages::~CSheetPages() {
+    for (const HPROPSHEETPAGE page : handles_)
         DestroyPropertySheetPage(page);
 }
 
-void CPropertySheet::AddPage(HPROPSHEETPAGE page) {
+void CSheetPages::Add(HPROPSHEETPAGE page) {
     if (!page)
         return;
     try {
-        pages_.push_back(page);
+        handles_.push_back(page);
     } catch (...) {
         DestroyPropertySheetPage(page);
         throw;
     }
 }
 
-INT_PTR CPropertySheet::DoModal(HWND owner) noexcept {
+CPropertySheet::CPropertySheet(Text caption) noexcept
+    : caption_(std::move(caption)), activation_context_(ModuleInstance()) {}
+
+INT_PTR CPropertySheet::DoModal(CSheetPages& pages, HWND owner) noexcept {
     const CActivationContext::Scope scope(activation_context_);
     PROPSHEETHEADERW header{};
     header.dwSize = sizeof(header);
@@ -42,13 +42,13 @@ INT_PTR CPropertySheet::DoModal(HWND owner) noexcept {
     header.hwndParent = owner ? owner : GetActiveWindow();
     header.hInstance = ModuleInstance();
     header.pszCaption = caption_.c_str();
-    header.nPages = static_cast<UINT>(pages_.size());
+    header.nPages = static_cast<UINT>(pages.handles_.size());
     header.nStartPage = 0;
-    header.phpage = pages_.data();
+    header.phpage = pages.handles_.data();
     header.pfnCallback = &SheetCallback;
     const INT_PTR result = PropertySheetW(&header);
     // The platform destroys the pages that it was given, shown or not.
-    pages_.clear();
+    pages.handles_.clear();
     return result;
 }
 

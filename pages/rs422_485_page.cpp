@@ -25,7 +25,7 @@ constexpr SettingsPageData kPage{IDD_RS422_485, IDS_TITLE_RS422_485, kCaptions, 
 
 CRS422485Page::CRS422485Page(HDEVINFO device_set, const SP_DEVINFO_DATA& element)
     : CSettingsPage(kPage, device_set, element) {
-    static_cast<void>(FindInterface() && ReadSettings(port_set_, kPortSet));
+    static_cast<void>(FindInterface() && port_set_.Read());
 }
 
 bool CRS422485Page::Clicked(int control) {
@@ -40,36 +40,36 @@ void CRS422485Page::Initialise() {
     CreateBackground();
     PrepareTips();
     RegisterTips();
-    if (IsRs422485Port() && port_set_.DuplexMode == kModeNotSet)
-        port_set_.DuplexMode = kFullDuplexMode;
-    FillDuplexModes();
+    const DWORD mode = port_set_->DuplexMode;
+    FillDuplexModes(IsRs422485Port() && mode == kModeNotSet ? kFullDuplexMode : mode);
 }
 
-void CRS422485Page::FillDuplexModes() const {
+void CRS422485Page::FillDuplexModes(DWORD selected) const {
     CUtils::FillComboByValue(Item(IDC_DUPLEX_MODE),
-                             CUtils::DuplexModeList(IDS_DUPLEX_MODES, port_set_.SupportedDuplexModes),
-                             port_set_.DuplexMode, false);
+                             CUtils::DuplexModeList(IDS_DUPLEX_MODES, port_set_->SupportedDuplexModes), selected,
+                             false);
 }
 
 void CRS422485Page::RestoreDefaults() {
     CQxUVcpUserModeInterface defaults;
-    if (!ReadDefaultSettings(defaults, kPortSet))
-        return;
-    port_set_.DuplexMode = defaults.DuplexMode;
-    FillDuplexModes();
+    if (ReadDefaultSettings(defaults, kPortSet))
+        FillDuplexModes(defaults.DuplexMode);
 }
 
 LRESULT CRS422485Page::Apply() {
-    if (!ReadSettings(port_set_, kPortSet))
+    if (!port_set_.Read())
         return kRefused;
     const HWND box = Item(IDC_DUPLEX_MODE);
     // A box that could not be filled has no mode to write.
-    if (!box || SendMessageW(box, CB_GETCURSEL, 0, 0) == CB_ERR)
+    if (!HasSelection(box))
         return kRefused;
-    port_set_.DuplexMode = CUtils::GetSelectedValue(box);
-    if (MayChange(PortName(), IDS_PORT_OPEN) && WriteSettings(port_set_, kPortSet))
+    CVcpParameters wanted = *port_set_;
+    wanted.DuplexMode = CUtils::GetSelectedValue(box);
+    if (MayChange(PortName(), IDS_PORT_OPEN) && port_set_.Write(wanted)) {
+        has_written_ = true;
         return kAccepted;
-    static_cast<void>(ReadSettings(port_set_, kPortSet));
+    }
+    port_set_.Read();
     return kRefused;
 }
 

@@ -3,6 +3,8 @@
 
 #include "pages/settings_page.h"
 
+#include <optional>
+
 namespace qx {
 
 // Lets the user pick the duplex mode of an RS-422/485 port, among those that the port supports. Applying
@@ -14,15 +16,22 @@ class CRS422485Page : public CSettingsPage {
 
     // Whether the port is one that this page is for; false when its driver does not answer.
     [[nodiscard]] bool IsOffered() const noexcept { return IsRs422485Port(); }
-    // As read when the page was built, or written when it applied.
-    [[nodiscard]] DWORD DuplexMode() const noexcept { return port_set_.DuplexMode; }
+    // The mode that the driver has as far as this page knows: as read when the page was built, or written when it
+    // applied. None when the driver did not answer.
+    [[nodiscard]] std::optional<DWORD> DuplexMode() const noexcept {
+        return port_set_.IsRead() ? std::optional(port_set_->DuplexMode) : std::nullopt;
+    }
+    // Whether this page has written it, which holds even if another page then refuses and the user gives up.
+    [[nodiscard]] bool HasWritten() const noexcept { return has_written_; }
 
   private:
     void Initialise() override;
     [[nodiscard]] LRESULT Apply() override;
     bool Clicked(int control) override;
-    void FillDuplexModes() const;
+    void FillDuplexModes(DWORD selected) const;
     void RestoreDefaults();
+
+    bool has_written_ = false;
 };
 
 }  // namespace qx

@@ -20,11 +20,12 @@ bool CSettingsPage::ProcessWindowMessage(UINT message, WPARAM wparam, LPARAM lpa
         case kInitialise:
             Initialise();
             help_picture_.Attach(Item(IDC_HELP_PICTURE));
+            initialised_ = true;
             // The platform sets the focus.
             result = TRUE;
             return true;
         case kApply:
-            result = Apply();
+            result = initialised_ ? Apply() : kRefused;
             return true;
         case kOtherEvent:
             break;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "device_records/device_reg_info.h"
+#include "driver_access/settings_copy.h"
 #include "driver_access/user_mode_config.h"
 #include "driver_access/vcp_parameters.h"
 #include "pages/clickable_static.h"
@@ -24,7 +25,8 @@ struct SettingsPageData {
 };
 
 // A page with its own control channel to the port's driver, its own copy of the port's parameter set, tips
-// and help. The caller lends the device-information set for the page's lifetime.
+// and help. The caller lends the device-information set for the page's lifetime. A page whose controls could not
+// all be filled refuses to apply: it would write what they lack.
 class CSettingsPage : public CPropertyPage,
                       public CTooltipDialog,
                       public CDataExchange,
@@ -49,7 +51,7 @@ class CSettingsPage : public CPropertyPage,
     void PrepareTips() noexcept { CreateTooltip(Window()); }
     void RegisterTips() const noexcept { AddTools(data_.tips); }
 
-    [[nodiscard]] bool IsRs422485Port() const noexcept { return port_set_.PortType == kRs422485Port; }
+    [[nodiscard]] bool IsRs422485Port() const noexcept { return port_set_->PortType == kRs422485Port; }
     // The port's COM name; empty when it cannot be read.
     [[nodiscard]] Text PortName() const;
 
@@ -62,12 +64,14 @@ class CSettingsPage : public CPropertyPage,
     [[nodiscard]] bool Checked(int box) const noexcept { return IsChecked(Item(box)); }
     void Check(int box, bool checked) const noexcept { SetChecked(Item(box), checked); }
 
-    CQxUVcpUserModeInterface port_set_;
+    // What cannot be read keeps its initial values, which the page then shows.
+    SettingsCopy<CQxUVcpUserModeInterface> port_set_{*this};
 
   private:
     const SettingsPageData& data_;
     CQXDeviceRegInfo port_record_;
     CClickableStatic help_picture_;
+    bool initialised_ = false;
 };
 
 }  // namespace qx

@@ -10,7 +10,7 @@ namespace qx {
 
 namespace {
 
-using BusSet = CQxUBusUserModeInterface;
+using BusSet = CBusParameters;
 
 constexpr DWORD kLatencyPolicy = 0;
 constexpr DWORD kCpuUsagePolicy = 1;
@@ -67,9 +67,7 @@ constexpr DWORD BusSet::*kRestored[] = {
 
 CNewUSBSettingsPage::CNewUSBSettingsPage(HDEVINFO device_set, const SP_DEVINFO_DATA& element)
     : CSettingsPage(kPage, device_set, element), parent_(device_set, element) {
-    // What cannot be read keeps its initial values, which the page then shows.
-    static_cast<void>(FindInterface() && ReadSettings(port_set_, kPortSet) && parent_.FindParent() &&
-                      ReadSettings(bus_set_, kBusSet));
+    static_cast<void>(FindInterface() && port_set_.Read() && parent_.FindParent() && bus_set_.Read());
 }
 
 bool CNewUSBSettingsPage::ProcessWindowMessage(UINT message, WPARAM wparam, LPARAM lparam, LRESULT& result) {
@@ -99,7 +97,7 @@ void CNewUSBSettingsPage::Initialise() {
     PrepareTips();
     SetCaptions();
     RegisterTips();
-    Refresh();
+    Refresh(*bus_set_);
 }
 
 // The slider takes a position as a signed number, in which a large one would become the lowest.
@@ -124,20 +122,24 @@ void CNewUSBSettingsPage::EnableChosenPolicy() const noexcept {
         EnableItem(control, !latency);
 }
 
-void CNewUSBSettingsPage::Refresh() {
+void CNewUSBSettingsPage::ChoosePolicy(bool latency) const noexcept {
+    Check(IDC_POLICY_LATENCY, latency);
+    Check(IDC_POLICY_CPU_USAGE, !latency);
+    EnableChosenPolicy();
+}
+
+void CNewUSBSettingsPage::Refresh(const BusSet& values) {
     for (const auto& slider : kSliders)
         SendMessageW(Item(slider.control), TBM_SETRANGE, TRUE, MAKELPARAM(slider.lowest, slider.highest));
     for (const auto& slider : kSliders)
-        SetSlider(slider.control, bus_set_.*slider.position);
+        SetSlider(slider.control, values.*slider.position);
     ShowLatency();
 
-    switch (bus_set_.PolicyType) {
+    switch (values.PolicyType) {
         case kLatencyPolicy:
         case kCpuUsagePolicy: {
-            const bool latency = bus_set_.PolicyType == kLatencyPolicy;
-            Check(IDC_POLICY_LATENCY, latency);
-            Check(IDC_POLICY_CPU_USAGE, !latency);
-            EnableChosenPolicy();
+            const bool latency = values.PolicyType == kLatencyPolicy;
+            ChoosePolicy(latency);
             break;
         }
         default:
@@ -146,34 +148,63 @@ void CNewUSBSettingsPage::Refresh() {
             ShowMessage(TEXT("Invalid USB Setting Policy."), TEXT("Error"), MB_OK | MB_ICONERROR);
             break;
     }
+    shown_ = WithControls(values);
+}
+
+// The controls show initial values, which are nobody's choice: only what the user has moved since stays. Whoever
+// pressed OK has not seen the driver's values yet, so the sheet stays open when the page changes.
+bool CNewUSBSettingsPage::ReadLate() {
+    if (!bus_set_.Read())
+        return false;
+    const BusSet shown = shown_;
+    const BusSet chosen = WithControls(shown);
+    Refresh(*bus_set_);
+    for (const auto& slider : kSliders)
+        if (chosen.*slider.position != shown.*slider.position)
+            SetSlider(slider.control, chosen.*slider.position);
+    if (chosen.PolicyType != shown.PolicyType)
+        ChoosePolicy(chosen.PolicyType == kLatencyPolicy);
+    ShowLatency();
+    return WithControls(shown) == chosen;
 }
 
 void CNewUSBSettingsPage::RestoreDefaults() {
-    BusSet defaults;
-    if (!ReadDefaultSettings(defaults, kBusSet))
+    CQxUBusUserModeInterface defaults;
+    if (!ReadDefaultSettings(defaults, kBusSet) || !(bus_set_.IsRead() || bus_set_.Read()))
         return;
+    BusSet wanted = *bus_set_;
     for (const auto value : kRestored)
-        bus_set_.*value = defaults.*value;
-    // The page shows the defaults even when the driver did not take them; OK then writes them again or asks.
-    static_cast<void>(WriteSettings(bus_set_, kBusSet));
-    Refresh();
+        wanted.*value = defaults.*value;
+    // The page shows the defaults even when the driver did not take them; OK then writes them.
+    defaults_.reset();
+    if (!bus_set_.Write(wanted))
+        defaults_ = defaults;
+    Refresh(wanted);
+}
+
+CBusParameters CNewUSBSettingsPage::WithControls(BusSet base) const noexcept {
+    base.PolicyType = Checked(IDC_POLICY_LATENCY) ? kLatencyPolicy : kCpuUsagePolicy;
+    base.MaximumLatency = static_cast<DWORD>(LatencyOfPosition(SliderPosition(IDC_LATENCY)));
+    for (const auto& slider : kSliders)
+        base.*slider.position = static_cast<DWORD>(SliderPosition(slider.control));
+    return base;
 }
 
 LRESULT CNewUSBSettingsPage::Apply() {
-    bool changed = false;
-    const auto take = [this, &changed](DWORD BusSet::*value, DWORD shown) {
-        changed = changed || bus_set_.*value != shown;
-        bus_set_.*value = shown;
-    };
-    take(&BusSet::PolicyType, Checked(IDC_POLICY_LATENCY) ? kLatencyPolicy : kCpuUsagePolicy);
-    take(&BusSet::MaximumLatency, static_cast<DWORD>(LatencyOfPosition(SliderPosition(IDC_LATENCY))));
-    for (const auto& slider : kSliders)
-        take(slider.position, static_cast<DWORD>(SliderPosition(slider.control)));
-    if (!changed)
+    if (!bus_set_.IsRead() && !ReadLate())
+        return kRefused;
+    BusSet wanted = *bus_set_;
+    if (defaults_)
+        for (const auto value : kRestored)
+            wanted.*value = *defaults_.*value;
+    wanted = WithControls(wanted);
+    if (wanted == *bus_set_)
         return kAccepted;
-    if (MayChange(PortName(), IDS_SETTINGS_PORT_OPEN) && WriteSettings(bus_set_, kBusSet))
+    if (MayChange(PortName(), IDS_SETTINGS_PORT_OPEN) && bus_set_.Write(wanted)) {
+        defaults_.reset();
         return kAccepted;
-    static_cast<void>(ReadSettings(bus_set_, kBusSet));
+    }
+    bus_set_.Read();
     return kRefused;
 }
 

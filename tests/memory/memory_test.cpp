@@ -2,6 +2,7 @@
 // leaves an entry or a window message, nothing stays open, and requests are answered as if the work had ended
 // there.
 #include "install/card_coinstaller.h"
+#include "module/resource.h"
 #include "tests/install/scenarios.h"
 #include "tests/pages/visits.h"
 #include "tests/support/allocations.h"
@@ -11,6 +12,7 @@
 #include <link.h>
 
 #include <cstdio>
+#include <random>
 #include <set>
 #include <string_view>
 
@@ -197,6 +199,53 @@ TEST_F(PageMemory, RunsOutWithoutHarm) {
                 << visit.name << ", allocation " << nth << (for_good ? " and all after it" : "") << " failed";
             return fired;
         });
+}
+
+// The page writes nothing, so OK must not fail on its account.
+TEST_F(PageMemory, RunsOutOnTheAboutPageAndOkStillCloses) {
+    FailEachAllocation("the About page", [&](std::size_t nth, bool for_good) {
+        std::optional<FailingAllocation> failing;
+        bool fired = false;
+        std::size_t open = 0;
+        ShowProperties({[] { Press(IDC_ADVANCED); },
+                        [&] {
+                            failing.emplace(nth, for_good);
+                            OpenTab(3);
+                            fired = failing->Fired();
+                            failing.reset();
+                            PressOk();
+                        },
+                        [&] { open = qxsim::Desktop::The().OpenWindows().size(); }});
+        EXPECT_EQ(open, 1U) << nth;
+        return fired;
+    });
+}
+
+// A refused or cut answer and a shortage of memory in one visit, drawn by chance: their product is too large.
+TEST_F(PageMemory, RunsOutWhileTheDriverFailsWithoutHarm) {
+    std::minstd_rand random(20261123);
+    const auto draw = [&](std::uint32_t below) { return static_cast<std::uint32_t>(random() % below); };
+    for (const Visit& visit : Visits())
+        for (int run = 0; run < 300; ++run) {
+            const bool refused = draw(2) == 0;
+            cut = {refused ? 0 : 1 + draw(20), 4 * draw(33) + draw(4)};
+            const qxsim::Fault fault{
+                .function = "DeviceIoControl", .nth = 1 + draw(20), .for_good = draw(2) == 0};
+            const std::size_t allocation = 1 + draw(1500);
+            const bool for_good = draw(4) == 0;
+            EXPECT_EQ(Run(visit,
+                          [&](const Steps& steps) {
+                              if (refused)
+                                  instruments().Inject(fault);
+                              const FailingAllocation failing(allocation, for_good);
+                              ShowProperties(steps);
+                              instruments().ClearFaults();
+                          }),
+                      "")
+                << visit.name << ", allocation " << allocation << (for_good ? " and all after it" : "")
+                << ", " << (refused ? "refused " : "cut ") << (refused ? fault.nth : cut.request) << ", "
+                << cut.length;
+        }
 }
 
 }  // namespace

@@ -1,35 +1,76 @@
-// A user's visit to every page with one platform call failing, each in turn, once and for good: nothing is
-// left open, no driver is left with half of a change, and the sheet can always be closed.
+// A user's visit to every page with one thing going wrong at a time. What must then hold stands in visits.h.
 #include "tests/pages/visits.h"
+
+#include <cstdio>
 
 namespace qxtest {
 namespace {
 
-using FaultSweep = VisitTest;
-
-TEST_F(FaultSweep, LeavesNothingOpenAndNothingHalfDone) {
-    for (const Visit& visit : Visits()) {
-        ASSERT_EQ(Run(visit, [this](const Steps& steps) { ShowProperties(steps); }), "") << visit.name;
-        for (const bool for_good : {false, true}) {
-            std::uint64_t calls = 0;
+class FaultSweep : public VisitTest {
+  public:
+    // Makes the visit with each call of `function` (any, when empty) failing in turn: once, together with the
+    // next one, and for good.
+    void FailEachCall(const Visit& visit, const char* function, bool values_count) {
+        for (const std::uint64_t failing : {std::uint64_t{1}, std::uint64_t{2}, kForGood}) {
+            std::uint64_t nth = 0;
             bool fired = false;
             do {
-                const std::string wrong = Run(visit, [&](const Steps& steps) {
-                    instruments().Inject({.function = {}, .nth = ++calls, .for_good = for_good});
-                    ShowProperties(steps);
-                    fired = instruments().FaultsFired() > 0;
-                    instruments().ClearFaults();
-                });
-                ASSERT_EQ(wrong, "") << visit.name << ", call " << calls
-                                     << (for_good ? " and all after it" : "") << " failed";
-                ASSERT_LT(calls, 100000U);
+                ++nth;
+                const std::string wrong = Run(
+                    visit,
+                    [&](const Steps& steps) {
+                        instruments().Inject(
+                            {.function = function, .nth = nth, .for_good = failing == kForGood});
+                        if (failing == 2)
+                            instruments().Inject({.function = function, .nth = nth + 1});
+                        ShowProperties(steps);
+                        fired = instruments().FaultsFired() > 0;
+                        instruments().ClearFaults();
+                    },
+                    values_count);
+                EXPECT_EQ(wrong, "") << visit.name << ", " << function << " call " << nth << ", " << failing
+                                     << " failing";
+                ASSERT_LT(nth, 100000U);
             } while (fired);
-            RecordProperty(std::string(visit.name) + (for_good ? ", for good" : ", once"),
-                           static_cast<int>(calls - 1));
-            std::printf("%s, %s: %d calls failed in turn\n", visit.name, for_good ? "for good" : "once",
-                        static_cast<int>(calls - 1));
+            runs_ += nth;
         }
     }
+
+    static constexpr std::uint64_t kForGood = UINT64_MAX;
+    std::uint64_t runs_ = 0;
+};
+
+TEST_F(FaultSweep, OfAnyCallLeavesNothingOpenAndNothingHalfDone) {
+    for (const Visit& visit : Visits()) {
+        ASSERT_EQ(Run(visit, [this](const Steps& steps) { ShowProperties(steps); }), "") << visit.name;
+        FailEachCall(visit, "", false);
+    }
+    std::printf("%llu runs\n", static_cast<unsigned long long>(runs_));
+}
+
+// The control device that cannot be opened, and the request that is refused.
+TEST_F(FaultSweep, OfTheDriverChangesNothingThatTheUserDidNot) {
+    for (const Visit& visit : Visits())
+        for (const char* function : {"CreateFileW", "DeviceIoControl"})
+            FailEachCall(visit, function, true);
+    std::printf("%llu runs\n", static_cast<unsigned long long>(runs_));
+}
+
+// Every answer cut to every third length, one answer at a time; three requests in a row make up every length.
+TEST_F(FaultSweep, OfShortAnswersChangesNothingThatTheUserDidNot) {
+    constexpr std::uint32_t kLongestAnswer = 4 * qxsim::kPortSettingCount;
+    const auto show = [this](const Steps& steps) { ShowProperties(steps); };
+    for (const Visit& visit : Visits()) {
+        cut = {};
+        EXPECT_EQ(Run(visit, show), "");
+        const std::uint64_t answers = requests;
+        for (cut.request = 1; cut.request <= answers; ++cut.request)
+            for (cut.length = static_cast<std::uint32_t>(cut.request % 3); cut.length < kLongestAnswer;
+                 cut.length += 3, ++runs_)
+                EXPECT_EQ(Run(visit, show), "")
+                    << visit.name << ", answer " << cut.request << " cut to " << cut.length << " bytes";
+    }
+    std::printf("%llu runs\n", static_cast<unsigned long long>(runs_));
 }
 
 }  // namespace

@@ -61,6 +61,8 @@ TEST_F(HandAndKeyboard, TheHelpPictureOpensHelpByClickSpaceAndReturn) {
             Send(picture, WM_KEYDOWN, key);
         Click(IDC_HELP_PICTURE);
         EXPECT_EQ(HelpRequests() - before, 3U);
+        Send(picture, WM_KEYDOWN, VK_RETURN, LPARAM{1} << 30);
+        EXPECT_EQ(HelpRequests() - before, 3U) << "a key that is held down";
         // Labels are no buttons.
         Click(IDC_HELP_LABEL);
         EXPECT_EQ(HelpRequests() - before, 3U);

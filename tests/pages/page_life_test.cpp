@@ -1,5 +1,6 @@
 // The page object's life: made by the provider, gone exactly once, whatever becomes of its sheet.
 #include "module/resource.h"
+#include "pages/advanced_dialog.h"
 #include "pages/page_provider.h"
 #include "pages/port_settings_page.h"
 #include "tests/pages/port_sheet.h"
@@ -83,6 +84,19 @@ TEST_F(PageLife, EndsAtOnceWhenThePlatformCannotMakeTheSheetPage) {
     EXPECT_EQ(Ask(SPPSR_ENUM_ADV_DEVICE_PROPERTIES, TRUE).result, FALSE);
 }
 
+// The sheet pages of a sheet that was never shown are released while the pages that they call back are there.
+TEST_F(PageLife, OutlivesItsSheetPageInASheetThatIsNeverShown) {
+    Handed port = Hand(kPort);
+    { const qx::CAdvancedDialog sheet(port.set, port.element); }
+    std::string order;
+    for (const qxsim::CallRecord& call : instruments().Trace())
+        if (call.function == "DestroyPropertySheetPage")
+            order += 'p';
+        else if (call.function == "ReleaseActCtx")
+            order += 'c';
+    EXPECT_EQ(order, "pppcccc") << "three pages, then their contexts and the sheet's";
+}
+
 TEST_F(PageLife, EndsWhenTheSheetDoesNotWantThePage) {
     const Answer refused = Ask(SPPSR_ENUM_ADV_DEVICE_PROPERTIES, FALSE);
     EXPECT_EQ(refused.result, FALSE);
@@ -105,6 +119,8 @@ TEST_F(PageLife, HasNoPageForOtherSheetsAndForDriversThatDoNotAnswer) {
     const LPFNADDPROPSHEETPAGE add = [](HPROPSHEETPAGE, LPARAM) -> BOOL { return TRUE; };
     EXPECT_FALSE(QxUPortPropPage(&request, add, 0));
     EXPECT_FALSE(QxUPortPropPage(&request, nullptr, 0));
+    request.PageRequested = SPPSR_ENUM_BASIC_DEVICE_PROPERTIES;
+    EXPECT_TRUE(QxUPortPropPage(&request, nullptr, 0)) << "the kind of page comes first";
     EXPECT_FALSE(QxUPortPropPage(nullptr, add, 0));
     EXPECT_EQ(instruments().CallCount("SetupDiGetClassDevsW"), 0U);
 

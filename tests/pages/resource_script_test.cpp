@@ -128,6 +128,20 @@ TEST_F(ResourceScript, PutsALabelBeforeEveryControlWithoutATextOfItsOwn) {
     });
 }
 
+// Arrow keys go round within a group: they must not lead from a setting to a button that acts.
+TEST_F(ResourceScript, GivesPushButtonsGroupsOfTheirOwn) {
+    LookAtPages([](const qxsim::WindowPicture& page) {
+        std::set<std::string> group;
+        for (const ControlPicture& control : page.controls) {
+            if (control.style & WS_GROUP)
+                group.clear();
+            if (IsInput(control))
+                group.insert(control.kind);
+            EXPECT_TRUE(group.size() < 2 || !group.contains("push button")) << "control " << control.id;
+        }
+    });
+}
+
 TEST_F(ResourceScript, LeavesRoomForEveryTextAndKeepsControlsApart) {
     LookAtPages([](const qxsim::WindowPicture& page) {
         EXPECT_THAT(qxsim::ClippedTexts(page), IsEmpty());
