@@ -24,7 +24,8 @@ bool CAboutPage::ProcessWindowMessage(UINT message, WPARAM wparam, LPARAM lparam
         web_site_.Detach();
     const bool handled = CPropertyPage::ProcessWindowMessage(message, wparam, lparam, result);
     if (message == WM_CTLCOLORSTATIC && web_site_.IsControl(reinterpret_cast<HWND>(lparam)))
-        SetTextColor(reinterpret_cast<HDC>(wparam), web_site_.Colour());
+        SetTextColor(reinterpret_cast<HDC>(wparam),
+                     UserWantsHighContrast() ? GetSysColor(COLOR_HOTLIGHT) : web_site_.Colour());
     return handled;
 }
 

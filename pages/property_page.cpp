@@ -118,12 +118,17 @@ int CPropertyPage::EventOf(UINT message, WPARAM wparam, LPARAM lparam) noexcept 
 bool CPropertyPage::ProcessWindowMessage(UINT message, WPARAM wparam, LPARAM lparam, LRESULT& result) {
     switch (message) {
         case WM_CTLCOLORDLG:
-        case WM_CTLCOLORSTATIC:
-            if (!background_)
+        case WM_CTLCOLORSTATIC: {
+            const HBRUSH background = Background();
+            if (!background)
                 return false;
-            SetBkMode(reinterpret_cast<HDC>(wparam), TRANSPARENT);
-            result = reinterpret_cast<LRESULT>(background_.Get());
+            const auto context = reinterpret_cast<HDC>(wparam);
+            SetBkMode(context, TRANSPARENT);
+            if (UserWantsHighContrast())
+                SetTextColor(context, GetSysColor(COLOR_BTNTEXT));
+            result = reinterpret_cast<LRESULT>(background);
             return true;
+        }
         case WM_ERASEBKGND:
             // Left to the platform, a themed sheet would put its tab's texture over the page's colour.
             result = TRUE;
@@ -146,9 +151,21 @@ bool CPropertyPage::ProcessWindowMessage(UINT message, WPARAM wparam, LPARAM lpa
     }
 }
 
+bool CPropertyPage::UserWantsHighContrast() noexcept {
+    HIGHCONTRASTW contrast{};
+    contrast.cbSize = sizeof(contrast);
+    return SystemParametersInfoW(SPI_GETHIGHCONTRAST, sizeof(contrast), &contrast, 0) &&
+           (contrast.dwFlags & HCF_HIGHCONTRASTON);
+}
+
+HBRUSH CPropertyPage::Background() const noexcept {
+    return UserWantsHighContrast() ? GetSysColorBrush(COLOR_BTNFACE) : background_.Get();
+}
+
 bool CPropertyPage::Paint(HDC context) const noexcept {
+    const HBRUSH background = Background();
     RECT area{};
-    return background_ && GetClientRect(window_, &area) && FillRect(context, &area, background_.Get());
+    return background && GetClientRect(window_, &area) && FillRect(context, &area, background);
 }
 
 void CPropertyPage::CreateBackground() noexcept {

@@ -66,6 +66,9 @@ class CPropertyPage {
 
     // Makes the brush that the page and its static controls are painted with.
     void CreateBackground() noexcept;
+    // Whether the user needs the platform's own colours. The pages then use those, and no colour of their
+    // own. To be asked at each painting, because the user can turn it on while a page is open.
+    [[nodiscard]] static bool UserWantsHighContrast() noexcept;
 
   private:
     struct BrushTraits {
@@ -76,6 +79,8 @@ class CPropertyPage {
 
     static INT_PTR CALLBACK DialogProcedure(HWND window, UINT message, WPARAM wparam, LPARAM lparam) noexcept;
     static UINT CALLBACK PageCallback(HWND window, UINT message, PROPSHEETPAGEW* sheet_page) noexcept;
+    // Null when there is none, and the platform paints.
+    [[nodiscard]] HBRUSH Background() const noexcept;
     bool Paint(HDC context) const noexcept;
 
     PROPSHEETPAGEW sheet_page_{};

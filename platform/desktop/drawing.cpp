@@ -2,6 +2,7 @@
 
 #include "platform/desktop/text_width.h"
 #include "platform/desktop/window.h"
+#include "platform/machine/machine.h"
 
 #include <cstring>
 #include <map>
@@ -27,6 +28,7 @@ struct DrawingState {
 
 // The platform's own font is a number below all others.
 constexpr std::uintptr_t kDialogFont = 0x6D00211;
+constexpr std::uintptr_t kSystemBrushes = 0x6D00300;
 
 DrawingState& State() {
     static DrawingState state;
@@ -121,6 +123,42 @@ HBRUSH CreateSolidBrush(COLORREF color) {
     const std::uintptr_t handle = NewHandle();
     State().brushes[handle] = color;
     call.Opened("brush", handle);
+    return call.Return(reinterpret_cast<HBRUSH>(handle));
+}
+
+namespace {
+
+// The colours that are asked for, usual and of high contrast.
+struct SystemColour {
+    int index;
+    COLORREF usual;
+    COLORREF high_contrast;
+};
+constexpr SystemColour kSystemColours[] = {
+    {COLOR_BTNFACE, RGB(240, 240, 240), RGB(0, 0, 0)},
+    {COLOR_BTNTEXT, RGB(0, 0, 0), RGB(255, 255, 255)},
+    {COLOR_HOTLIGHT, RGB(0, 102, 204), RGB(255, 255, 0)},
+};
+
+COLORREF SystemColourOf(int index) {
+    for (const SystemColour& colour : kSystemColours)
+        if (colour.index == index)
+            return Machine::Current().high_contrast ? colour.high_contrast : colour.usual;
+    return 0;
+}
+
+}  // namespace
+
+DWORD GetSysColor(int index) {
+    Call call = Call::Infallible("GetSysColor", index);
+    return call.Return(SystemColourOf(index));
+}
+
+// The system's own brush, which nobody deletes.
+HBRUSH GetSysColorBrush(int index) {
+    Call call = Call::Infallible("GetSysColorBrush", index);
+    const auto handle = kSystemBrushes + static_cast<std::uintptr_t>(index);
+    State().brushes[handle] = SystemColourOf(index);
     return call.Return(reinterpret_cast<HBRUSH>(handle));
 }
 

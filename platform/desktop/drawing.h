@@ -30,6 +30,8 @@ class RequestContext {
 void ForgetDrawing();
 
 QX_PLATFORM_CALL(CreateSolidBrush);
+QX_PLATFORM_CALL(GetSysColor);
+QX_PLATFORM_CALL(GetSysColorBrush);
 QX_PLATFORM_CALL(DeleteObject);
 QX_PLATFORM_CALL(SelectObject);
 QX_PLATFORM_CALL(GetObjectW);

@@ -269,6 +269,21 @@ int WINAPI GetDlgCtrlID(HWND hWnd);
 BOOL WINAPI GetComboBoxInfo(HWND hwndCombo, PCOMBOBOXINFO pcbi);
 
 // Message boxes, sounds, resources.
+// What the user asked for in the system's settings.
+typedef struct tagHIGHCONTRASTW {
+    UINT cbSize;
+    DWORD dwFlags;
+    LPWSTR lpszDefaultScheme;
+} HIGHCONTRASTW, *LPHIGHCONTRASTW;
+#define HCF_HIGHCONTRASTON 0x00000001
+#define SPI_GETHIGHCONTRAST 0x0042
+#define COLOR_BTNFACE 15
+#define COLOR_BTNTEXT 18
+#define COLOR_HOTLIGHT 26
+BOOL WINAPI SystemParametersInfoW(UINT uiAction, UINT uiParam, PVOID pvParam, UINT fWinIni);
+DWORD WINAPI GetSysColor(int nIndex);
+HBRUSH WINAPI GetSysColorBrush(int nIndex);
+
 int WINAPI MessageBoxW(HWND hWnd, LPCWSTR lpText, LPCWSTR lpCaption, UINT uType);
 BOOL WINAPI MessageBeep(UINT uType);
 int WINAPI LoadStringW(HINSTANCE hInstance, UINT uID, LPWSTR lpBuffer, int cchBufferMax);

@@ -204,6 +204,7 @@ struct MachineState {
     std::string schema;  // what a machine file names as its JSON schema; UTF-8
     std::string about;   // what a machine file's writer says of it; UTF-8
     DWORD major_version = 10;
+    bool high_contrast = false;  // the user's setting
     DWORD minor_version = 0;
     DWORD build = 19045;
     WideString system_directory;

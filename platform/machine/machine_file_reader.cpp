@@ -17,7 +17,7 @@ const std::map<std::string, std::vector<std::string>>& MachineFileKeys() {
         {"machine",
          {"$schema", "format", "about", "system", "controlClass", "devices", "registry", "portDatabase",
           "dosNames", "programs", "refusedMutexes"}},
-        {"system", {"version", "build", "systemDirectory"}},
+        {"system", {"version", "build", "systemDirectory", "highContrast"}},
         {"portDatabase", {"size", "alsoClaimed", "broken"}},
         {"program", {"runsFor", "exitCode"}},
         {"device", {"id",           "class",        "classGuid", "port",    "claim",       "foreign",
@@ -284,6 +284,7 @@ class MachineReader {
             machine_.build = build->Number();
         if (const auto directory = fields.Find("systemDirectory"))
             machine_.system_directory = ToWide(directory->Text());
+        machine_.high_contrast = fields.Flag("highContrast", false);
     }
 
     void ReadDatabase(const Place& place) {

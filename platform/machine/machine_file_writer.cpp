@@ -402,6 +402,8 @@ Json Write(const Machine& machine) {
     const MachineState usual;
     if (machine.system_directory != usual.system_directory)
         json["system"]["systemDirectory"] = ToUtf8(machine.system_directory);
+    if (machine.high_contrast)
+        json["system"]["highContrast"] = true;
     if (!IsEqualGUID(machine.control_class, usual.control_class))
         json["controlClass"] = FormatGuid(machine.control_class);
     if (machine.claimed.size() != usual.claimed.size())

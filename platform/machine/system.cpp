@@ -1,4 +1,4 @@
-// The system's version and folder.
+// The system's version and folder, and the user's setting for colours.
 #include "platform/machine/machine_internal.h"
 
 #include <cstddef>
@@ -7,6 +7,7 @@ namespace qxsim {
 
 QX_PLATFORM_CALL(GetVersionExW);
 QX_PLATFORM_CALL(GetSystemDirectoryW);
+QX_PLATFORM_CALL(SystemParametersInfoW);
 
 BOOL WINAPI GetVersionExW(LPOSVERSIONINFOW version) {
     Call call("GetVersionExW", version != nullptr ? version->dwOSVersionInfoSize : 0);
@@ -38,6 +39,18 @@ UINT WINAPI GetSystemDirectoryW(LPWSTR buffer, UINT size) {
         return call.Return(static_cast<UINT>(path.size() + 1));
     CopyOut(buffer, path.c_str(), (path.size() + 1) * sizeof(WCHAR));
     return call.Return(static_cast<UINT>(path.size()));
+}
+
+BOOL WINAPI SystemParametersInfoW(UINT action, UINT size, PVOID place, UINT /*update*/) {
+    Call call("SystemParametersInfoW", action, size);
+    if (call.Faulted())
+        return call.Fail(call.FaultError(ERROR_INVALID_PARAMETER));
+    auto* const contrast = static_cast<HIGHCONTRASTW*>(place);
+    if (action != SPI_GETHIGHCONTRAST || contrast == nullptr || contrast->cbSize != sizeof(HIGHCONTRASTW))
+        return call.Fail(ERROR_INVALID_PARAMETER);
+    contrast->dwFlags = Machine::Current().high_contrast ? HCF_HIGHCONTRASTON : 0;
+    contrast->lpszDefaultScheme = nullptr;
+    return call.Return(TRUE);
 }
 
 }  // namespace qxsim

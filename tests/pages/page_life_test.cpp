@@ -94,7 +94,7 @@ TEST_F(PageLife, OutlivesItsSheetPageInASheetThatIsNeverShown) {
             order += 'p';
         else if (call.function == "ReleaseActCtx")
             order += 'c';
-    EXPECT_EQ(order, "pppcccc") << "three pages, then their contexts and the sheet's";
+    EXPECT_EQ(order, "pppccccc") << "three pages, then their contexts and the sheet's";
 }
 
 TEST_F(PageLife, EndsWhenTheSheetDoesNotWantThePage) {

@@ -182,5 +182,25 @@ TEST_F(ResourceScript, PaintsEveryPageInItsColour) {
     });
 }
 
+// Who needs high contrast gets the system's colours, the link included, also when it is turned on while pages
+// are open.
+TEST_F(ResourceScript, LeavesColoursToTheSystemInHighContrast) {
+    const auto link = [] { return Desktop::The().ColorsOf(ControlInFront(IDC_WEB_ADDRESS)).text; };
+    ShowProperties({[] { Press(IDC_ADVANCED); }, [] { OpenTab(3); },
+                    [&] {
+                        EXPECT_EQ(link(), RGB(0, 0, 255));
+                        machine().high_contrast = true;
+                        EXPECT_EQ(link(), GetSysColor(COLOR_HOTLIGHT));
+                    }});
+    LookAtPages([](const qxsim::WindowPicture& page) {
+        EXPECT_EQ(Desktop::The().BackgroundOf(page.window), GetSysColor(COLOR_BTNFACE));
+        for (const ControlPicture& control : page.controls)
+            if (control.kind == "label" && control.id != IDC_WEB_ADDRESS) {
+                EXPECT_EQ(Desktop::The().ColorsOf(control.window).text, GetSysColor(COLOR_BTNTEXT))
+                    << control.text;
+            }
+    });
+}
+
 }  // namespace
 }  // namespace qxtest
