@@ -51,6 +51,7 @@ bool CQxSetupDi_DeviceInterface::OpenInterfaceSet() noexcept {
 
 bool CQxSetupDi_DeviceInterface::FindInterfacePath(Text pattern) noexcept {
     try {
+        const Text wanted = LowerCase(pattern);
         SP_DEVICE_INTERFACE_DATA interface_data{};
         interface_data.cbSize = sizeof interface_data;
         for (DWORD index = 0; SetupDiEnumDeviceInterfaces(interface_set_.Get(), nullptr, &interface_class_,
@@ -59,7 +60,7 @@ bool CQxSetupDi_DeviceInterface::FindInterfacePath(Text pattern) noexcept {
             const std::optional<Text> path = PathOf(interface_set_.Get(), interface_data);
             if (!path)
                 return false;
-            if (LowerCase(LastComponent(*path)) == LowerCase(pattern)) {
+            if (LowerCase(LastComponent(*path)) == wanted) {
                 interface_path_ = *path;
                 return true;
             }
