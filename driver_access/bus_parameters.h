@@ -5,8 +5,8 @@
 
 namespace qx {
 
-// What the bus driver keeps for a port: USB transfers, FIFO sizes, and the latency policy with the positions of its
-// sliders.
+// What the bus driver keeps for a port: USB transfers, FIFO sizes, and the latency policy with the positions
+// of its sliders.
 class CBusParameters {
   public:
     friend bool operator==(const CBusParameters&, const CBusParameters&) = default;

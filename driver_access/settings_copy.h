@@ -5,9 +5,10 @@
 
 namespace qx {
 
-// The values of `Set` (CQxUVcpUserModeInterface or CQxUBusUserModeInterface) as the driver last gave or took them
-// whole. A read that fails midway leaves them as they were, and so does a write that is refused: what is to be
-// changed is worked out on a copy of the values, which becomes the driver's and this one's together or not at all.
+// The values of `Set` (CQxUVcpUserModeInterface or CQxUBusUserModeInterface) as the driver last gave or took
+// them whole. A read that fails midway leaves them as they were, and so does a write that is refused: what is
+// to be changed is worked out on a copy of the values, which becomes the driver's and this one's together or
+// not at all.
 //
 // The channel must outlive the copy, and be found (FindInterface) before the first exchange.
 template <typename Set>

@@ -186,8 +186,8 @@ bool CQxUIPropertyPage::IsHalfDuplex() const noexcept {
 
 void CQxUIPropertyPage::FillFlowControl(DWORD flow_control) const {
     CUtils::FillComboByValue(Item(IDC_FLOW_CONTROL),
-                             CUtils::FlowControlList(IDS_FLOW_CONTROLS, FlowControlMask()),
-                             flow_control, true);
+                             CUtils::FlowControlList(IDS_FLOW_CONTROLS, FlowControlMask()), flow_control,
+                             true);
 }
 
 void CQxUIPropertyPage::FillControls(const CVcpParameters& values) {
@@ -199,8 +199,8 @@ void CQxUIPropertyPage::FillControls(const CVcpParameters& values) {
     CUtils::FillComboByValue(Item(IDC_PARITY), CUtils::ParityList(IDS_PARITIES, values.SupportedParities),
                              values.Parity, false);
     CUtils::FillComboByValue(Item(IDC_STOP_BITS),
-                             CUtils::StopBitsList(IDS_STOP_BITS, values.SupportedStopBits),
-                             values.Stopbits, false);
+                             CUtils::StopBitsList(IDS_STOP_BITS, values.SupportedStopBits), values.Stopbits,
+                             false);
     FillFlowControl(values.FlowControl);
 
     for (const auto& [control, flag] : kOverrideBoxes)
@@ -316,8 +316,8 @@ CVcpParameters CQxUIPropertyPage::WithDefaults() const noexcept {
 void CQxUIPropertyPage::OpenAdvancedSettings() {
     CAdvancedDialog sheet(device_set_, element_);
     const bool closed_with_ok = sheet.DoModal() == CAdvancedDialog::kClosedWithOk;
-    // The mode that the sheet wrote is the driver's, also when another page refused and the user gave up, or when
-    // the driver cannot be asked now. This page must not write the former one over it.
+    // The mode that the sheet wrote is the driver's, also when another page refused and the user gave up, or
+    // when the driver cannot be asked now. This page must not write the former one over it.
     const CRS422485Page& page = sheet.DuplexModePage();
     if (!(closed_with_ok && port_set_.Read()) && !page.HasWritten())
         return;

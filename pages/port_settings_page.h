@@ -58,8 +58,8 @@ class CQxUIPropertyPage : public CSettingsPage {
     DWORD minimum_baud_rate_ = 0;
     DWORD maximum_baud_rate_ = 0;
     TipMode tip_mode_ = TipMode::Information;
-    // The driver's defaults, from the user's asking for them until they are written; they are written even when
-    // they are the present values.
+    // The driver's defaults, from the user's asking for them until they are written; they are written even
+    // when they are the present values.
     std::optional<CVcpParameters> defaults_;
 };
 

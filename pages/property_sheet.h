@@ -42,7 +42,8 @@ class CPropertySheet {
     explicit CPropertySheet(Text caption) noexcept;
 
     // Shows the sheet with its first page in front until the user closes it. Without an owner the thread's
-    // active window is taken, which the sheet then disables while it is open. The pages are the platform's then.
+    // active window is taken, which the sheet then disables while it is open. The pages are the platform's
+    // then.
     [[nodiscard]] INT_PTR DoModal(CSheetPages& pages, HWND owner) noexcept;
 
   private:

@@ -46,8 +46,8 @@ void CRS422485Page::Initialise() {
 
 void CRS422485Page::FillDuplexModes(DWORD selected) const {
     CUtils::FillComboByValue(Item(IDC_DUPLEX_MODE),
-                             CUtils::DuplexModeList(IDS_DUPLEX_MODES, port_set_->SupportedDuplexModes), selected,
-                             false);
+                             CUtils::DuplexModeList(IDS_DUPLEX_MODES, port_set_->SupportedDuplexModes),
+                             selected, false);
 }
 
 void CRS422485Page::RestoreDefaults() {

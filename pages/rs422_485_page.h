@@ -16,8 +16,8 @@ class CRS422485Page : public CSettingsPage {
 
     // Whether the port is one that this page is for; false when its driver does not answer.
     [[nodiscard]] bool IsOffered() const noexcept { return IsRs422485Port(); }
-    // The mode that the driver has as far as this page knows: as read when the page was built, or written when it
-    // applied. None when the driver did not answer.
+    // The mode that the driver has as far as this page knows: as read when the page was built, or written
+    // when it applied. None when the driver did not answer.
     [[nodiscard]] std::optional<DWORD> DuplexMode() const noexcept {
         return port_set_.IsRead() ? std::optional(port_set_->DuplexMode) : std::nullopt;
     }

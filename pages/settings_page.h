@@ -25,8 +25,8 @@ struct SettingsPageData {
 };
 
 // A page with its own control channel to the port's driver, its own copy of the port's parameter set, tips
-// and help. The caller lends the device-information set for the page's lifetime. A page whose controls could not
-// all be filled refuses to apply: it would write what they lack.
+// and help. The caller lends the device-information set for the page's lifetime. A page whose controls could
+// not all be filled refuses to apply: it would write what they lack.
 class CSettingsPage : public CPropertyPage,
                       public CTooltipDialog,
                       public CDataExchange,

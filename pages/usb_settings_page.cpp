@@ -151,8 +151,8 @@ void CNewUSBSettingsPage::Refresh(const BusSet& values) {
     shown_ = WithControls(values);
 }
 
-// The controls show initial values, which are nobody's choice: only what the user has moved since stays. Whoever
-// pressed OK has not seen the driver's values yet, so the sheet stays open when the page changes.
+// The controls show initial values, which are nobody's choice: only what the user has moved since stays.
+// Whoever pressed OK has not seen the driver's values yet, so the sheet stays open when the page changes.
 bool CNewUSBSettingsPage::ReadLate() {
     if (!bus_set_.Read())
         return false;

@@ -25,8 +25,8 @@ class CNewUSBSettingsPage : public CSettingsPage {
     bool Clicked(int control) override;
     // Shows these values in the controls.
     void Refresh(const CBusParameters& values);
-    // Reads a set that could not be read when the page was built, and shows it. True when it could be read and the
-    // page looks as before.
+    // Reads a set that could not be read when the page was built, and shows it. True when it could be read
+    // and the page looks as before.
     [[nodiscard]] bool ReadLate();
     void EnableChosenPolicy() const noexcept;
     void ChoosePolicy(bool latency) const noexcept;

@@ -35,7 +35,8 @@ constexpr REGSAM kAllKeyRights = 0x1F003F;
 
 // The key behind a handle: an open one's or a predefined one's.
 std::optional<KeyHandle> KeyOf(Machine& machine, HKEY handle) {
-    if (const auto open = machine.Handles().keys.find(HandleNumber(handle)); open != machine.Handles().keys.end())
+    if (const auto open = machine.Handles().keys.find(HandleNumber(handle));
+        open != machine.Handles().keys.end())
         return open->second;
     const auto hive = machine.hives.find(static_cast<std::uint32_t>(HandleNumber(handle)));
     if ((HandleNumber(handle) & 0x80000000) == 0 || hive == machine.hives.end())
