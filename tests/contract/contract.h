@@ -71,7 +71,15 @@ inline bool Succeeded(const void* handle) {
 // Whether this is Wine, whose known gaps are not asked for.
 bool OnWine();
 
+// What the computer at hand lacks and a contract needs; the contract is skipped, with these words.
+struct Lacking {
+    const char* what;
+};
+// Started with --bare, the program installs nothing: there is no test driver, and on Wine no port database.
+inline bool bare = false;
+
 // An installed, present serial port with a control device: COM number 7, a friendly name, a driver key.
+// Throws Lacking on a bare computer.
 struct Port {
     HDEVINFO set = INVALID_HANDLE_VALUE;
     SP_DEVINFO_DATA element{};

@@ -16,11 +16,19 @@ class ContractTest : public testing::Test {
     explicit ContractTest(const Contract& contract) : contract_(contract) {}
     void TestBody() override {
         if (contract_.wine_lacks != nullptr && OnWine())
-            GTEST_SKIP() << "Wine lacks it: " << contract_.wine_lacks;
-        contract_.check();
+            GTEST_SKIP() << Name() << ", which Wine lacks: " << contract_.wine_lacks;
+        try {
+            contract_.check();
+        } catch (const Lacking& lacking) {
+            GTEST_SKIP() << Name() << " needs " << lacking.what;
+        }
     }
 
   private:
+    [[nodiscard]] std::string Name() const {
+        return std::string("left out: ") + contract_.area + "." + contract_.name;
+    }
+
     const Contract& contract_;
 };
 
@@ -78,6 +86,7 @@ TEST(library, every_call_has_its_contract) {
 
 int main(int count, char** arguments) {
     testing::InitGoogleTest(&count, arguments);
+    contract::bare = count == 2 && std::strcmp(arguments[1], "--bare") == 0;
     testing::AddGlobalTestEnvironment(new contract::Computer);
     for (const contract::Contract& entry : contract::All())
         testing::RegisterTest(entry.area, entry.name, nullptr, nullptr, __FILE__, __LINE__,

@@ -56,6 +56,7 @@ CONTRACT(system, a_mutex_has_one_owner, "CreateMutexW WaitForSingleObject Releas
 }
 
 CONTRACT(system, a_port_opens_by_its_dos_name, "CreateFileW CloseHandle") {
+    contract::TestPort();
     const HANDLE port = CreateFileW(TEXT("\\\\.\\COM7"), GENERIC_READ | GENERIC_WRITE, 0, nullptr,
                                     OPEN_EXISTING, FILE_FLAG_OVERLAPPED, nullptr);
     NEEDS(port != INVALID_HANDLE_VALUE);
@@ -66,6 +67,7 @@ CONTRACT(system, a_port_opens_by_its_dos_name, "CreateFileW CloseHandle") {
 }
 
 CONTRACT(system, dos_names_are_asked, "QueryDosDeviceW") {
+    contract::TestPort();
     std::array<WCHAR, 260> target{};
     target.fill(u'#');
     const DWORD units = QueryDosDeviceW(TEXT("COM7"), target.data(), 260);

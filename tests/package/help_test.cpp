@@ -7,6 +7,8 @@
 
 #include <gmock/gmock.h>
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <cstdlib>
 #include <map>
