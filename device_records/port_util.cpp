@@ -1,6 +1,6 @@
 #include "device_records/port_util.h"
 
-#include <array>
+#include <algorithm>
 
 namespace qx {
 
@@ -65,6 +65,15 @@ std::vector<Text> CPortUtil::ListComNames(const Text& current) const {
         names.push_back(std::move(name));
     }
     return names;
+}
+
+std::optional<std::array<bool, 256>> CPortUtil::Claims() const noexcept {
+    UsageMap usage;
+    if (database_ == HCOMDB_INVALID_HANDLE_VALUE || !GetUsage(database_, usage))
+        return std::nullopt;
+    std::array<bool, 256> claims{};
+    std::ranges::transform(usage, claims.begin(), [](BYTE used) { return used != 0; });
+    return claims;
 }
 
 }  // namespace qx

@@ -5,6 +5,8 @@
 
 #include <msports.h>
 
+#include <array>
+#include <optional>
 #include <vector>
 
 namespace qx {
@@ -38,6 +40,9 @@ class CPortUtil {
     // COM1 to COM255 for a choice box, those that are claimed marked " (in use)", except `current`: the port
     // holds its own number. Empty on an unopened holder and when the database does not answer.
     [[nodiscard]] std::vector<Text> ListComNames(const Text& current) const;
+    // Which of COM1 to COM256 are claimed, COM1 first. None on an unopened holder and when the database does
+    // not answer.
+    [[nodiscard]] std::optional<std::array<bool, 256>> Claims() const noexcept;
 
   private:
     HCOMDB database_ = HCOMDB_INVALID_HANDLE_VALUE;

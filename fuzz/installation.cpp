@@ -4,6 +4,7 @@
 // A request is always answered as documented, leaves no handle open and lets no exception out. As long as no
 // call is made to fail, and no backup takes its name back from another port, a computer whose ports' names
 // agreed before has them agree afterwards.
+#include "admin/name_report.h"
 #include "device_records/registry_layout.h"
 #include "fuzz/fuzz_input.h"
 #include "install/card_coinstaller.h"
@@ -11,7 +12,6 @@
 #include "install/port_coinstaller.h"
 #include "platform/desktop/desktop.h"
 #include "platform/machine/machine.h"
-#include "platform/machine/name_report.h"
 
 #include <algorithm>
 #include <optional>
@@ -114,8 +114,8 @@ void Send(Machine& machine, const std::string& id, Input& input, bool port) {
 }
 
 // Whether every port's name agrees in all its places; says on standard error where it does not.
-bool NamesAgree(const Machine& machine) {
-    const std::string faults = qxsim::ReportNames(machine).Faults();
+bool NamesAgree() {
+    const std::string faults = qxports::ReportNames(qxports::Computer()).Faults();
     std::fputs(faults.c_str(), stderr);
     return faults.empty();
 }
@@ -156,7 +156,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     constexpr std::pair<DWORD, DWORD> kVersions[] = {{10, 0}, {6, 1}, {6, 0}, {5, 1}};
     std::tie(machine.major_version, machine.minor_version) = kVersions[input.Below(std::size(kVersions))];
     const Bench bench = Furnish(machine, input);
-    Require(NamesAgree(machine), "the computer is in order to begin with");
+    Require(NamesAgree(), "the computer is in order to begin with");
 
     const bool with_faults = input.Below(2) != 0;
     if (with_faults) {
@@ -182,7 +182,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             if (machine.NamesOf(*port).port_name == "COM4" && machine.NamesOf(*port).started)
                 machine.SetClaimed(4, false);
 #endif
-        Require(NamesAgree(machine), "the ports' names agree afterwards");
+        Require(NamesAgree(), "the ports' names agree afterwards");
     }
     return 0;
 }

@@ -15,18 +15,8 @@ struct MachineOptions {
     bool trace = false;
 };
 
-[[nodiscard]] int ListPorts(const MachineOptions& options);
-
-struct SettingsOptions {
-    std::string port;
-    std::vector<std::string> set;  // NAME=VALUE
-    bool defaults = false;
-    bool json = false;
-    bool dry_run = false;
-};
-[[nodiscard]] int ShowOrChangeSettings(const MachineOptions& options, const SettingsOptions& settings);
-
-[[nodiscard]] int ShowNames(const MachineOptions& options);
+// A command of the administrators' program (admin/run.h) on the machine: its name, then its arguments.
+[[nodiscard]] int RunAdminCommand(const MachineOptions& options, const std::vector<std::string>& arguments);
 
 enum class Installation { kInstall, kReinstall, kUpdate, kRemove };
 struct InstallOptions {

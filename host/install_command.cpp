@@ -2,9 +2,9 @@
 #include "host/commands.h"
 #include "host/device_installer.h"
 #include "host/failure.h"
-#include "host/table.h"
 
-#include "platform/machine/name_report.h"
+#include "admin/name_report.h"
+#include "admin/table.h"
 
 #include <charconv>
 #include <iostream>
@@ -41,7 +41,7 @@ std::map<std::string, std::string> NamesOfPorts(const qxsim::Machine& machine) {
 
 void PrintNames(const std::map<std::string, std::string>& before,
                 const std::map<std::string, std::string>& after) {
-    std::vector<TableRow> rows{{"Port", "Before", "After"}};
+    std::vector<qxports::TableRow> rows{{"Port", "Before", "After"}};
     const auto shown = [](const auto& names, const std::string& id) -> std::string {
         const auto found = names.find(id);
         return found == names.end() ? "-" : found->second.empty() ? "(none)" : found->second;
@@ -50,7 +50,7 @@ void PrintNames(const std::map<std::string, std::string>& before,
     all.insert(after.begin(), after.end());
     for (const auto& [id, name] : all)
         rows.push_back({id, shown(before, id), shown(after, id)});
-    PrintTable(std::cout, rows);
+    std::cout << qxports::Table(rows);
 }
 
 }  // namespace
@@ -100,7 +100,7 @@ int RunInstallation(const MachineOptions& options, Installation what, const Inst
 
     std::cout << '\n';
     PrintNames(before, NamesOfPorts(machine));
-    const qxsim::NameReport report = qxsim::ReportNames(machine);
+    const qxports::NameReport report = qxports::ReportNames(qxports::Computer());
     std::cout << (report.Agrees() ? "The names agree in all places.\n"
                                   : "Names disagree:\n" + report.Faults());
     if (refused)

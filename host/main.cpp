@@ -3,6 +3,8 @@
 #include "host/desk.h"
 #include "host/failure.h"
 
+#include "admin/run.h"
+
 #include <CLI/CLI.hpp>
 
 #include <cstdio>
@@ -29,7 +31,7 @@ constexpr const char* kFooter =
     "  5  the port's driver is not there, does not answer or refuses\n"
     "A machine file is replaced as a whole or not at all.\n\n"
     "Examples:\n"
-    "  qxhost machine.json ports\n"
+    "  qxhost machine.json list\n"
     "  qxhost machine.json settings COM5 --set Baudrate=115200 --set Parity=even\n"
     "  qxhost machine.json reinstall PID_1104 --answer yes\n"
     "  qxhost machine.json properties COM5 --do 'check \"Override\" 1; press OK'";
@@ -76,7 +78,6 @@ int Run(int argc, char** argv) {
     app.formatter(std::make_shared<Formatter>());
     app.require_subcommand(0, 1);
     MachineOptions options;
-    SettingsOptions settings;
     InstallOptions install;
     PropertiesOptions properties;
     SuiteOptions suite;
@@ -90,31 +91,19 @@ int Run(int argc, char** argv) {
     app.add_option("--pictures", suite.pictures, "where the pictures of those scripts go")
         ->capture_default_str();
 
-    CLI::App* const ports = app.add_subcommand("ports", "list the machine's ports");
-    AddMachineOptions(*ports, options);
-    ports->callback([&] { command = [&] { return ListPorts(options); }; });
-
-    CLI::App* const set =
-        app.add_subcommand("settings", "show or change the settings that a port's driver keeps");
-    set->add_option("PORT", settings.port, "COM name")->required();
-    CLI::Option* const assignments =
-        set->add_option("--set", settings.set,
-                        "NAME=VALUE, several times; VALUE in words (even, 8, xonxoff, on) or as raw:N; "
-                        "Bus.NAME where both sets have one")
-            ->type_name("NAME=VALUE")
-            ->expected(1)
-            ->take_all();
-    set->add_flag("--defaults", settings.defaults, "the driver's defaults instead")->excludes(assignments);
-    set->add_flag("--json", settings.json, "as JSON")->excludes(assignments);
-    set->add_flag("--dry-run", settings.dry_run, "show what would change and what would be sent")
-        ->needs(assignments);
-    AddMachineOptions(*set, options);
-    set->callback([&] { command = [&] { return ShowOrChangeSettings(options, settings); }; });
-
-    CLI::App* const names = app.add_subcommand(
-        "names", "show who holds each COM number in each of the five places, and whether they agree");
-    AddMachineOptions(*names, options);
-    names->callback([&] { command = [&] { return ShowNames(options); }; });
+    std::vector<std::string> admin;
+    for (const auto& [name, what] : qxports::Commands()) {
+        CLI::App* const sub = app.add_subcommand(name, what);
+        AddMachineOptions(*sub, options);
+        // It reads its own arguments, and tells how it is used.
+        sub->prefix_command();
+        sub->set_help_flag();
+        sub->callback([&, sub] {
+            admin = sub->remaining();
+            admin.insert(admin.begin(), sub->get_name());
+            command = [&] { return RunAdminCommand(options, admin); };
+        });
+    }
 
     AddInstallation(app, "install", "install an adapter's or port's driver", Installation::kInstall, options,
                     install, command);

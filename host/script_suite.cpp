@@ -1,7 +1,7 @@
 #include "host/commands.h"
 #include "host/failure.h"
 #include "host/property_sheet.h"
-#include "host/setting_meaning.h"
+#include "admin/setting_meaning.h"
 #include "host/user_script.h"
 
 #include <algorithm>
@@ -75,7 +75,7 @@ class Aftermath {
                 return bus ? port.control->bus[wanted] : port.control->settings[wanted];
             };
             const std::uint32_t is = get(name);
-            if (is == ValueFor(name, text.substr(sign + 1), bus, get))
+            if (is == qxports::ValueFor(name, text.substr(sign + 1), bus, get))
                 return {};
             return "it is " + std::to_string(is);
         } catch (const std::exception& error) {

@@ -51,20 +51,16 @@ enum class Kind { kPort, kBranch, kOther };
 class PortWalk {
   public:
     // `devices` receives the devices that the walk meets, and must outlive it.
-    PortWalk(HDEVINFO devices, const SP_DEVINFO_DATA& adapter)
-        : devices_(devices), last_first_level_(adapter) {}
+    PortWalk(HDEVINFO devices, const SP_DEVINFO_DATA& adapter, bool ordered_too)
+        : devices_(devices), ordered_too_(ordered_too) {
+        found.marked = adapter;
+    }
 
     // False when it is not the time to order this adapter: a device does not run yet or cannot be reached, a
     // port has no name, or the adapter was ordered before.
     [[nodiscard]] bool Visit(DEVINST parent, std::size_t level = 0);
 
-    // The ports' COM numbers and the ports, both in walk order.
-    std::vector<DWORD> numbers;
-    std::vector<SP_DEVINFO_DATA> ports;
-
-    // The device that receives the mark and the restart: the last one directly below the adapter, or the
-    // adapter itself when there is none.
-    SP_DEVINFO_DATA& LastFirstLevelDevice() { return last_first_level_; }
+    AdapterPorts found;
 
   private:
     [[nodiscard]] bool VisitDevice(DEVINST node, std::size_t level);
@@ -72,7 +68,7 @@ class PortWalk {
     [[nodiscard]] bool AddPort(const SP_DEVINFO_DATA& port);
 
     HDEVINFO devices_;
-    SP_DEVINFO_DATA last_first_level_;
+    bool ordered_too_;
 };
 
 bool PortWalk::Visit(DEVINST parent, std::size_t level) {
@@ -94,9 +90,9 @@ bool PortWalk::VisitDevice(DEVINST node, std::size_t level) {
         return !rules.failed_open_stops;
     if (rules.may_carry_mark) {
         DWORD sorted = 0;
-        if (ReadDeviceDword(devices_, *device, kSortedMark, sorted) && sorted == 1)
+        if (!ordered_too_ && ReadDeviceDword(devices_, *device, kSortedMark, sorted) && sorted == 1)
             return false;
-        last_first_level_ = *device;
+        found.marked = *device;
     }
     switch (KindOf(*device, rules.port_test)) {
         case Kind::kPort:
@@ -122,60 +118,111 @@ bool PortWalk::AddPort(const SP_DEVINFO_DATA& port) {
     DeviceString name;
     if (!ReadDeviceString(devices_, port, kPortName, name))
         return false;
-    numbers.push_back(static_cast<DWORD>(ComNumberOf(name)));
-    ports.push_back(port);
+    found.numbers.push_back(static_cast<DWORD>(ComNumberOf(name)));
+    found.ports.push_back(port);
     return true;
 }
 
-// The instance id of the node whose ports are ordered together with `port`.
-std::optional<InstanceId> FindAdapter(DEVINST port) {
-    const std::optional<DEVINST> parent = ParentOf(port);
-    std::optional<InstanceId> id = parent ? InstanceIdOf(*parent) : std::nullopt;
-    if (!id || !IsMultiDeviceProduct(*id))
-        return id;
-    const std::optional<DEVINST> hub = ParentOf(*parent);
-    const std::optional<DEVINST> adapter = hub ? ParentOf(*hub) : std::nullopt;
-    return adapter ? InstanceIdOf(*adapter) : std::nullopt;
-}
+// Ports whose numbers are handed out again: real ones, or those of a plan.
+class NumberedPorts {
+  public:
+    NumberedPorts() = default;
+    virtual ~NumberedPorts() = default;
+    NumberedPorts(const NumberedPorts&) = delete;
+    NumberedPorts& operator=(const NumberedPorts&) = delete;
 
-// Renames without a question about programs that hold the port open, and without looking at the result: a
-// port that cannot be renamed keeps its name, and the others still get theirs.
-void Rename(HDEVINFO devices, const SP_DEVINFO_DATA& port, const Text& name) {
-    static_cast<void>(CCOMPortUtil(devices, port).RenameComPort(name, nullptr, false, false));
-}
+    [[nodiscard]] virtual bool ReadName(std::size_t port, DeviceString& name) const = 0;
+    // A free number to step aside to, none of `in_use`.
+    [[nodiscard]] virtual std::optional<DWORD> NumberAside(std::span<const DWORD> in_use) = 0;
+    virtual void Rename(std::size_t port, const Text& name) = 0;
+};
+
+class RealPorts : public NumberedPorts {
+  public:
+    RealPorts(HDEVINFO devices, std::span<const SP_DEVINFO_DATA> ports) : devices_(devices), ports_(ports) {}
+
+    [[nodiscard]] bool ReadName(std::size_t port, DeviceString& name) const override {
+        return ReadDeviceString(devices_, ports_[port], kPortName, name);
+    }
+    [[nodiscard]] std::optional<DWORD> NumberAside(std::span<const DWORD> in_use) override {
+        CPortUtil database;
+        const PortDatabaseSession session(database);
+        return FirstFreeNumber(database, kFirstTemporaryNumber, kLastTemporaryNumber, in_use);
+    }
+    // Renames without a question about programs that hold the port open, and without looking at the result: a
+    // port that cannot be renamed keeps its name, and the others still get theirs.
+    void Rename(std::size_t port, const Text& name) override {
+        static_cast<void>(CCOMPortUtil(devices_, ports_[port]).RenameComPort(name, nullptr, false, false));
+    }
+
+  private:
+    HDEVINFO devices_;
+    std::span<const SP_DEVINFO_DATA> ports_;
+};
+
+class PlannedPorts : public NumberedPorts {
+  public:
+    PlannedPorts(std::span<const Text> names, const std::array<bool, 256>& claims)
+        : names_(names.begin(), names.end()), claims_(claims) {}
+
+    [[nodiscard]] bool ReadName(std::size_t port, DeviceString& name) const override {
+        name = {};
+        name.Append(names_[port].view());
+        return true;
+    }
+    [[nodiscard]] std::optional<DWORD> NumberAside(std::span<const DWORD> in_use) override {
+        for (DWORD number = kFirstTemporaryNumber; number <= kLastTemporaryNumber; ++number)
+            if (!claims_[number - 1] && std::ranges::find(in_use, number) == in_use.end())
+                return number;
+        return std::nullopt;
+    }
+    void Rename(std::size_t port, const Text& name) override {
+        Claim(names_[port], false);
+        Claim(name, true);
+        plan.steps.push_back({port, names_[port], name});
+        names_[port] = name;
+    }
+
+    OrderPlan plan;
+
+  private:
+    void Claim(const Text& name, bool claimed) {
+        if (const auto number = static_cast<std::size_t>(ComNumberOf(name.view()));
+            number >= 1 && number <= claims_.size())
+            claims_[number - 1] = claimed;
+    }
+
+    std::vector<Text> names_;
+    std::array<bool, 256> claims_;
+};
 
 // The first port whose name is exactly `name`; none when no port says so.
-const SP_DEVINFO_DATA* FindHolder(HDEVINFO devices, const std::vector<SP_DEVINFO_DATA>& ports,
-                                  const Text& name) {
-    for (const SP_DEVINFO_DATA& port : ports) {
+std::optional<std::size_t> FindHolder(const NumberedPorts& ports, std::size_t count, const Text& name) {
+    for (std::size_t port = 0; port < count; ++port) {
         DeviceString held;
-        if (ReadDeviceString(devices, port, kPortName, held) && held == name)
-            return &port;
+        if (ports.ReadName(port, held) && held == name.view())
+            return port;
     }
-    return nullptr;
+    return std::nullopt;
 }
 
 // Gives port i the i-th number. False when it has to be given up for now.
-bool HandOut(HDEVINFO devices, const std::vector<SP_DEVINFO_DATA>& ports, const std::vector<DWORD>& numbers) {
-    for (std::size_t i = 0; i < ports.size(); ++i) {
+bool HandOut(NumberedPorts& ports, std::span<const DWORD> numbers) {
+    for (std::size_t i = 0; i < numbers.size(); ++i) {
         const Text target = ComNameOf(numbers[i]);
         DeviceString current;
-        if (!ReadDeviceString(devices, ports[i], kPortName, current))
+        if (!ports.ReadName(i, current))
             return false;
         if (static_cast<DWORD>(ComNumberOf(current)) == numbers[i])
             continue;
-        const SP_DEVINFO_DATA* const holder = FindHolder(devices, ports, target);
-        if (holder == nullptr) {
-            Rename(devices, ports[i], target);
+        const std::optional<std::size_t> holder = FindHolder(ports, numbers.size(), target);
+        if (!holder) {
+            ports.Rename(i, target);
             continue;
         }
-        CPortUtil database;
-        PortDatabaseSession session(database);
         // A number of one of the ports can look free, for example when a power failure took its claim;
         // stepping aside to it would make two ports of one name.
-        const std::optional<DWORD> aside =
-            FirstFreeNumber(database, kFirstTemporaryNumber, kLastTemporaryNumber, numbers);
-        session.Close();
+        const std::optional<DWORD> aside = ports.NumberAside(numbers);
         // Without a number to step aside to, a swap would leave one of the two without a claim. The names
         // stay as they are, all of them valid, and the adapter unmarked: the installation of its next port
         // tries again.
@@ -185,17 +232,52 @@ bool HandOut(HDEVINFO devices, const std::vector<SP_DEVINFO_DATA>& ports, const 
         // renames would leave the holder on its temporary number.
         const Text temporary = ComNameOf(*aside);
         const Text former(current.view());
-        Rename(devices, *holder, temporary);
-        Rename(devices, ports[i], target);
-        Rename(devices, *holder, former);
+        ports.Rename(*holder, temporary);
+        ports.Rename(i, target);
+        ports.Rename(*holder, former);
     }
     return true;
 }
 
 }  // namespace
 
+std::optional<InstanceId> AdapterOfPort(DEVINST port) {
+    const std::optional<DEVINST> parent = ParentOf(port);
+    std::optional<InstanceId> id = parent ? InstanceIdOf(*parent) : std::nullopt;
+    if (!id || !IsMultiDeviceProduct(*id))
+        return id;
+    const std::optional<DEVINST> hub = ParentOf(*parent);
+    const std::optional<DEVINST> adapter = hub ? ParentOf(*hub) : std::nullopt;
+    return adapter ? InstanceIdOf(*adapter) : std::nullopt;
+}
+
+std::optional<AdapterPorts> FindAdapterPorts(HDEVINFO devices, const SP_DEVINFO_DATA& adapter,
+                                             bool ordered_too) {
+    PortWalk walk(devices, adapter, ordered_too);
+    if (!walk.Visit(adapter.DevInst))
+        return std::nullopt;
+    return std::move(walk.found);
+}
+
+OrderPlan PlanOrder(std::span<const Text> names, const std::array<bool, 256>& claims) {
+    std::vector<DWORD> numbers;
+    for (const Text& name : names)
+        numbers.push_back(static_cast<DWORD>(ComNumberOf(name.view())));
+    PlannedPorts ports(names, claims);
+    // Two ports with one number, which a user can choose, count as being in order.
+    if (!std::ranges::is_sorted(numbers)) {
+        std::ranges::sort(numbers);
+        ports.plan.complete = HandOut(ports, numbers);
+    }
+    return std::move(ports.plan);
+}
+
+bool MarkAsOrdered(HDEVINFO devices, const AdapterPorts& adapter) {
+    return WriteDeviceDword(devices, adapter.marked, kSortedMark, 1);
+}
+
 bool OrderChildPortNames(HDEVINFO /*set*/, const SP_DEVINFO_DATA& port) {
-    const std::optional<InstanceId> adapter_id = FindAdapter(port.DevInst);
+    const std::optional<InstanceId> adapter_id = AdapterOfPort(port.DevInst);
     if (!adapter_id)
         return false;
     // A set of its own: the installer's set holds the one port only.
@@ -205,22 +287,23 @@ bool OrderChildPortNames(HDEVINFO /*set*/, const SP_DEVINFO_DATA& port) {
     const std::optional<SP_DEVINFO_DATA> adapter = OpenDeviceIn(devices.Get(), adapter_id->c_str());
     if (!adapter)
         return true;
-
-    PortWalk walk(devices.Get(), *adapter);
-    if (!walk.Visit(adapter->DevInst))
+    std::optional<AdapterPorts> found = FindAdapterPorts(devices.Get(), *adapter, false);
+    if (!found)
         return true;
-    SP_DEVINFO_DATA& marked = walk.LastFirstLevelDevice();
     // Two ports with one number, which a user can choose, count as being in order.
-    if (std::ranges::is_sorted(walk.numbers)) {
-        static_cast<void>(WriteDeviceDword(devices.Get(), marked, kSortedMark, 1));
+    if (std::ranges::is_sorted(found->numbers)) {
+        MarkAsOrdered(devices.Get(), *found);
         return true;
     }
-    std::ranges::sort(walk.numbers);
-    if (!HandOut(devices.Get(), walk.ports, walk.numbers))
+    std::ranges::sort(found->numbers);
+    // Goes by the decisions of PlanOrder, and reads every name again before it does: a port that could not be
+    // renamed keeps its name, and the others still get theirs.
+    RealPorts ports(devices.Get(), found->ports);
+    if (!HandOut(ports, found->numbers))
         return true;
-    static_cast<void>(WriteDeviceDword(devices.Get(), marked, kSortedMark, 1));
-    DisableDevice(devices.Get(), marked);
-    EnableDevice(devices.Get(), marked);
+    MarkAsOrdered(devices.Get(), *found);
+    DisableDevice(devices.Get(), found->marked);
+    EnableDevice(devices.Get(), found->marked);
     return true;
 }
 

@@ -2,10 +2,52 @@
 #pragma once
 
 #include "base/text.h"
+#include "install/device_helpers.h"
 
 #include <setupapi.h>
 
+#include <array>
+#include <optional>
+#include <span>
+#include <vector>
+
 namespace qx {
+
+// The ports of one adapter in the order in which the device tree lists them.
+struct AdapterPorts {
+    std::vector<SP_DEVINFO_DATA> ports;
+    std::vector<DWORD> numbers;  // the ports' COM numbers
+    // The device that carries the mark of an ordered adapter and is restarted: the last one directly below
+    // the adapter, or the adapter itself when there is none.
+    SP_DEVINFO_DATA marked{};
+};
+
+// The instance id of the adapter whose ports are ordered together with `port`; none when it cannot be had.
+[[nodiscard]] std::optional<InstanceId> AdapterOfPort(DEVINST port);
+
+// Walks the adapter's ports. The devices on the way are added to `devices`. None when it is not the time to
+// order this adapter: a device does not run yet or cannot be reached, a port has no name, or, unless
+// `ordered_too`, the adapter was ordered before.
+[[nodiscard]] std::optional<AdapterPorts> FindAdapterPorts(HDEVINFO devices, const SP_DEVINFO_DATA& adapter,
+                                                           bool ordered_too);
+
+// One rename on the way to the order: of the port with this place in the tree.
+struct OrderStep {
+    std::size_t port = 0;
+    Text from;
+    Text to;
+};
+// What handing the numbers out again comes to, before it changes anything.
+struct OrderPlan {
+    std::vector<OrderStep> steps;
+    // False when a swap finds no number to step aside to, and the steps end there.
+    bool complete = true;
+};
+// `names` are the ports' names in tree order, `claims` the database's numbers, COM1 first.
+[[nodiscard]] OrderPlan PlanOrder(std::span<const Text> names, const std::array<bool, 256>& claims);
+
+// Marks the adapter, so that no later installation orders its ports again. True when it was written.
+bool MarkAsOrdered(HDEVINFO devices, const AdapterPorts& adapter);
 
 // Hands the COM numbers that the ports of one adapter hold out again, ascending in the order in which the
 // device tree lists the ports, so that the lowest number is at the first socket. `port` is any port of the

@@ -16,36 +16,34 @@ namespace qx {
 namespace {
 
 // Asks whether to go on all the same; anything but No means yes.
-bool GoOn(HWND owner, UINT question) {
-    return MessageBoxW(owner, LoadText(question).c_str(), TEXT("Error"), MB_YESNO | MB_ICONINFORMATION) !=
-           IDNO;
+bool AskByMessage(HWND owner, RenameQuestion question) {
+    const UINT text = question == RenameQuestion::kPortOpen ? IDS_PORT_OPEN : IDS_NAME_IN_USE;
+    return MessageBoxW(owner, LoadText(text).c_str(), TEXT("Error"), MB_YESNO | MB_ICONINFORMATION) != IDNO;
 }
 
 // From the first change on this needs no memory but what the platform takes for the friendly name. A swap of
 // two names relies on that: its port must not be left on a name that it was to have for a moment.
-bool Rename(CCOMPortUtil& port, const Text& new_name, HWND owner, bool confirm_if_open, bool reenumerate) {
+bool Rename(CCOMPortUtil& port, const Text& new_name, HWND owner, bool confirm_if_open, bool reenumerate,
+            AskUser ask) {
     const InstanceId hardware_id = PortHardwareId(port.Element().DevInst);
     DeviceString old_name;
     if (!port.GetDeviceString(kPortName, old_name))
         return false;
     if (old_name == new_name)
         return true;
-    const auto old_number = static_cast<DWORD>(ComNumberOf(old_name));
-    const auto new_number = static_cast<DWORD>(ComNumberOf(new_name));
-
-    if (confirm_if_open && !CUtils::CanOpenPort(old_name) && !GoOn(owner, IDS_PORT_OPEN))
+    if (confirm_if_open && !CUtils::CanOpenPort(old_name) && !ask(owner, RenameQuestion::kPortOpen))
         return true;
 
     // One handle for the look at the number and for the claim. It locks nobody out, so the claim is forced.
     {
         const PortDatabaseSession session(port);
-        if (!port.IsPortFree(new_number)) {
-            // A fixed-number product's software finds its ports by number, so there is nothing to ask.
-            if (IsFixedNumberProduct(hardware_id))
-                static_cast<void>(port.ReleasePort(new_number));
-            else if (!GoOn(owner, IDS_NAME_IN_USE))
-                return true;
-        }
+        const bool free = port.IsPortFree(static_cast<DWORD>(ComNumberOf(new_name.view())));
+        const RenamePlan plan =
+            PlanRename(old_name, new_name.view(), free, IsFixedNumberProduct(hardware_id));
+        if (plan.number == RenamePlan::Number::kTake)
+            static_cast<void>(port.ReleasePort(plan.new_number));
+        else if (plan.number == RenamePlan::Number::kAsk && !ask(owner, RenameQuestion::kNumberInUse))
+            return true;
         // A port whose DOS name does not move keeps its old name everywhere. (One whose SERIALCOMM entry
         // alone could not be written has moved by half, see MoveDosDeviceName. A number that was just taken
         // from its holder stays without a claim.)
@@ -53,8 +51,8 @@ bool Rename(CCOMPortUtil& port, const Text& new_name, HWND owner, bool confirm_i
             return false;
         // From here on the port answers to its new name, so nothing turns back, whatever the database says: a
         // port that opens under a name without a claim is of more use than one whose name leads nowhere.
-        static_cast<void>(port.ReleasePort(old_number));
-        static_cast<void>(port.ClaimPort(new_number, true));
+        static_cast<void>(port.ReleasePort(plan.old_number));
+        static_cast<void>(port.ClaimPort(plan.new_number, true));
     }
 
     if (!port.ReplaceInFriendlyName(old_name, new_name))
@@ -73,7 +71,22 @@ bool Rename(CCOMPortUtil& port, const Text& new_name, HWND owner, bool confirm_i
 // Like all of the record's operations it takes texts by value; their copies share.
 // NOLINTNEXTLINE(performance-unnecessary-value-param)
 bool CCOMPortUtil::RenameComPort(Text new_name, HWND owner, bool confirm_if_open, bool reenumerate) noexcept {
-    return Attempt([&] { return Rename(*this, new_name, owner, confirm_if_open, reenumerate); });
+    return RenamePort(*this, new_name, owner, confirm_if_open, reenumerate, &AskByMessage);
+}
+
+RenamePlan PlanRename(TextView old_name, TextView new_name, bool number_free,
+                      bool fixed_number_product) noexcept {
+    using Number = RenamePlan::Number;
+    return {old_name == new_name, static_cast<DWORD>(ComNumberOf(old_name)),
+            static_cast<DWORD>(ComNumberOf(new_name)),
+            number_free            ? Number::kFree
+            : fixed_number_product ? Number::kTake
+                                   : Number::kAsk};
+}
+
+bool RenamePort(CCOMPortUtil& port, const Text& new_name, HWND owner, bool confirm_if_open, bool reenumerate,
+                AskUser ask) noexcept {
+    return Attempt([&] { return Rename(port, new_name, owner, confirm_if_open, reenumerate, ask); });
 }
 
 bool CCOMPortUtil::RemoveDosDeviceName() noexcept {

@@ -24,6 +24,31 @@
 
 namespace qx {
 
+// A question that a rename has for the user; the ids are those of its text in the module.
+enum class RenameQuestion {
+    kPortOpen,     // a program holds the port open
+    kNumberInUse,  // the number is claimed
+};
+// Answers it: true goes on.
+using AskUser = bool (*)(HWND owner, RenameQuestion question);
+
+// What a rename comes to, before it changes anything.
+struct RenamePlan {
+    enum class Number { kFree, kAsk, kTake };
+    bool nothing_to_do = false;  // the port has the name already
+    DWORD old_number = 0;        // given back
+    DWORD new_number = 0;        // claimed
+    // A number that is claimed is taken after asking. A fixed-number product's software finds its ports by
+    // number, so that there is nothing to ask.
+    Number number = Number::kFree;
+};
+[[nodiscard]] RenamePlan PlanRename(TextView old_name, TextView new_name, bool number_free,
+                                    bool fixed_number_product) noexcept;
+
+// RenameComPort with other words for its questions.
+[[nodiscard]] bool RenamePort(CCOMPortUtil& port, const Text& new_name, HWND owner, bool confirm_if_open,
+                              bool reenumerate, AskUser ask) noexcept;
+
 // Writes the line settings 9600,n,8,1 for the port's present name, where programs that know nothing of
 // drivers look up a port's defaults. Does nothing for a port without a name; a key that refuses is not worth
 // failing for.

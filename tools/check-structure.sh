@@ -21,10 +21,11 @@ allowed() {
         install) echo "base device_records driver_access install" ;;
         pages) echo "base device_records driver_access install pages" ;;
         module) echo "base device_records driver_access install pages module" ;;
+        admin) echo "base device_records driver_access install admin" ;;
     esac
 }
 
-for folder in base device_records driver_access install pages module; do
+for folder in base device_records driver_access install pages module admin; do
     for file in "$folder"/*.h "$folder"/*.cpp; do
         [ -f "$file" ] || continue
         for include in $(sed -n 's/^ *# *include *"\([^"]*\)".*/\1/p' "$file"); do
@@ -46,7 +47,7 @@ for file in pages/*.h pages/*.cpp; do
 done | grep . && bad=1
 
 hits=$(grep -nE '\<(_WIN32|_WIN64|__linux__|__MINGW32__|__MINGW64__|_MSC_VER|__unix__)\>' base/* device_records/* driver_access/* install/* pages/* \
-    module/*.h module/*.cpp host/*.h host/*.cpp 2>/dev/null)
+    module/*.h module/*.cpp admin/*.h admin/*.cpp host/*.h host/*.cpp 2>/dev/null)
 [ -z "$hits" ] || complain "asks which platform this is:
 $hits"
 

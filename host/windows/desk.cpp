@@ -48,11 +48,18 @@ const std::vector<std::string> kHostsOwn = {
     "SetupDiDestroyDeviceInfoList",
     "SetupDiGetDeviceInstanceIdW",
     "SetupDiCallClassInstaller",
+    "SetupDiGetDeviceInstallParamsW",
+    "SetupDiSetDeviceInstallParamsW",
+    "SetupDiSetClassInstallParamsW",
+    "SetupDiRemoveDevice",
     "CM_Get_Parent",
     "CM_Get_Child",
     "CM_Get_Sibling",
     "CM_Get_Device_IDW",
     "CM_Get_Device_ID_Size",
+    "CM_Get_DevNode_Status",
+    "CM_Locate_DevNodeW",
+    "CM_Reenumerate_DevNode",
     "RegOpenKeyExW",
     "RegCreateKeyExW",
     "RegQueryValueExW",
@@ -70,6 +77,8 @@ const std::vector<std::string> kHostsOwn = {
     "CreateFileW",
     "DeviceIoControl",
     "CloseHandle",
+    "QueryDosDeviceW",
+    "DefineDosDeviceW",
 };
 
 // The system's own functions, for this program: its imports of these names are redirected as well.

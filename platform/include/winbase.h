@@ -3,6 +3,8 @@
 #include <winerror.h>
 #include <winreg.h>
 
+#include <cstdarg>
+
 #define FILE_SHARE_READ 0x00000001
 #define FILE_SHARE_WRITE 0x00000002
 #define CREATE_ALWAYS 2
@@ -41,6 +43,9 @@
 
 #define VER_PLATFORM_WIN32_NT 2
 #define VER_NT_WORKSTATION 0x0000001
+
+#define FORMAT_MESSAGE_IGNORE_INSERTS 0x00000200
+#define FORMAT_MESSAGE_FROM_SYSTEM 0x00001000
 
 #define RT_DIALOG MAKEINTRESOURCE(5)
 #define RT_STRING MAKEINTRESOURCE(6)
@@ -152,6 +157,8 @@ DWORD WINAPI GetCurrentThreadId();
 VOID WINAPI Sleep(DWORD dwMilliseconds);
 BOOL WINAPI GetVersionExW(LPOSVERSIONINFOW lpVersionInformation);
 UINT WINAPI GetSystemDirectoryW(LPWSTR lpBuffer, UINT uSize);
+DWORD WINAPI FormatMessageW(DWORD dwFlags, LPCVOID lpSource, DWORD dwMessageId, DWORD dwLanguageId,
+                            LPWSTR lpBuffer, DWORD nSize, va_list* Arguments);
 DWORD WINAPI ExpandEnvironmentStringsW(LPCWSTR lpSrc, LPWSTR lpDst, DWORD nSize);
 
 HLOCAL WINAPI LocalAlloc(UINT uFlags, SIZE_T uBytes);

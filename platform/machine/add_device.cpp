@@ -118,6 +118,9 @@ DEVINST Machine::AddDevice(DEVINST parent, const DeviceRecipe& recipe) {
             SetClaimed(ComNumber(ToWide(*recipe.port)), true);
     }
     if (recipe.control.value_or(is_port && !recipe.foreign)) {
+        // As the port's driver package does.
+        MakeKey(ToWide(kClassPath + driver))
+            ->Set(ToWide("EnumPropPages32"), REG_SZ, TextBytes(ToWide("QxUUI10.DLL,QxUPortPropPage")));
         device.control.emplace();
         std::string reference = driver;
         std::erase(reference, '\\');

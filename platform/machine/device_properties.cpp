@@ -16,7 +16,7 @@ constexpr DWORD kFirstUnknownProperty = 0x25;
 // Properties that only the platform itself writes.
 constexpr DWORD kReadOnly[] = {SPDRP_CLASS, SPDRP_PHYSICAL_DEVICE_OBJECT_NAME, SPDRP_ENUMERATOR_NAME};
 
-std::optional<Property> Read(const Device& device, DWORD property) {
+std::optional<Property> Read(const Machine& machine, const Device& device, DWORD property) {
     const auto text = [](WideView value) { return Property{REG_SZ, TextBytes(value)}; };
     switch (property) {
         case SPDRP_CLASS:
@@ -29,6 +29,11 @@ std::optional<Property> Read(const Device& device, DWORD property) {
             return text(WideView(device.id).substr(0, device.id.find(static_cast<WCHAR>('\\'))));
         case SPDRP_CONFIGFLAGS:
             return Property{REG_DWORD, DwordBytes(device.disabled ? 1 : 0)};
+        case SPDRP_PHYSICAL_DEVICE_OBJECT_NAME:
+            // The drivers here make one device a port; the objects of other devices have no name.
+            return device.kernel_path.empty() || !machine.Present(device)
+                       ? std::nullopt
+                       : std::optional(text(device.kernel_path));
         default: {
             const auto found = device.properties.find(property);
             if (found == device.properties.end() || found->second.data.empty())
@@ -69,7 +74,7 @@ BOOL WINAPI SetupDiGetDeviceRegistryPropertyW(HDEVINFO handle, PSP_DEVINFO_DATA 
     const Device* device = machine.Node(element->node);
     if (device == nullptr)
         return call.Fail(ERROR_NO_SUCH_DEVINST);
-    const std::optional<Property> found = Read(*device, property);
+    const std::optional<Property> found = Read(machine, *device, property);
     if (!found)
         return call.Fail(ERROR_INVALID_DATA);
     if (type != nullptr)

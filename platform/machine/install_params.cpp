@@ -9,6 +9,7 @@ namespace qxsim {
 QX_PLATFORM_CALL(SetupDiGetDeviceInstallParamsW);
 QX_PLATFORM_CALL(SetupDiSetDeviceInstallParamsW);
 QX_PLATFORM_CALL(SetupDiSetClassInstallParamsW);
+QX_PLATFORM_CALL(SetupDiRemoveDevice);
 QX_PLATFORM_CALL(SetupDiCallClassInstaller);
 
 namespace {
@@ -170,6 +171,24 @@ BOOL WINAPI SetupDiSetClassInstallParamsW(HDEVINFO handle, PSP_DEVINFO_DATA data
     const BYTE* bytes = reinterpret_cast<const BYTE*>(params);
     place.class_install->assign(bytes, bytes + size);
     place.Install().Flags |= DI_CLASSINSTALLPARAMS;
+    return call.Return(TRUE);
+}
+
+// The class installer's own part in a removal: nobody else hears of it.
+BOOL WINAPI SetupDiRemoveDevice(HDEVINFO handle, PSP_DEVINFO_DATA data) {
+    Call call("SetupDiRemoveDevice", handle, data != nullptr ? data->DevInst : 0);
+    if (call.Faulted())
+        return call.Fail(call.FaultError(ERROR_ACCESS_DENIED));
+    Machine& machine = Machine::Current();
+    DWORD error = ERROR_SUCCESS;
+    const SetElement* const element = FindElement(FindSet(machine, handle), data, error);
+    if (element == nullptr)
+        return call.Fail(error);
+    Device* const device = machine.Node(element->node);
+    if (device == nullptr || device->node == Machine::kRoot)
+        return call.Fail(ERROR_NO_SUCH_DEVINST);
+    call.Changing();
+    machine.Remove(*device);
     return call.Return(TRUE);
 }
 

@@ -11,6 +11,7 @@ QX_PLATFORM_CALL(CharLowerW);
 QX_PLATFORM_CALL(MultiByteToWideChar);
 QX_PLATFORM_CALL(WideCharToMultiByte);
 QX_PLATFORM_CALL(ExpandEnvironmentStringsW);
+QX_PLATFORM_CALL(FormatMessageW);
 
 namespace {
 
@@ -138,6 +139,30 @@ DWORD WINAPI ExpandEnvironmentStringsW(LPCWSTR source, LPWSTR buffer, DWORD size
     if (buffer != nullptr && size >= text.size() + 1)
         CopyOut(buffer, text.c_str(), (text.size() + 1) * sizeof(WCHAR));
     return call.Return(static_cast<DWORD>(text.size() + 1));
+}
+
+// The system's English words for the codes that people meet here.
+DWORD WINAPI FormatMessageW(DWORD flags, LPCVOID, DWORD code, DWORD, LPWSTR buffer, DWORD size, va_list*) {
+    constexpr std::pair<DWORD, const char*> kWords[] = {
+        {ERROR_FILE_NOT_FOUND, "The system cannot find the file specified."},
+        {ERROR_ACCESS_DENIED, "Access is denied."},
+        {ERROR_INVALID_HANDLE, "The handle is invalid."},
+        {ERROR_NOT_ENOUGH_MEMORY, "Not enough memory resources are available to process this command."},
+        {ERROR_INVALID_DATA, "The data is invalid."},
+        {ERROR_GEN_FAILURE, "A device attached to the system is not functioning."},
+        {ERROR_SHARING_VIOLATION,
+         "The process cannot access the file because it is being used by another process."},
+        {ERROR_INVALID_PARAMETER, "The parameter is incorrect."},
+    };
+    Call call("FormatMessageW", flags, code, size);
+    const auto* const known = std::ranges::find(kWords, code, &std::pair<DWORD, const char*>::first);
+    if (call.Faulted() || known == std::end(kWords))
+        return call.Fail(call.FaultError(317), DWORD{0});  // ERROR_MR_MID_NOT_FOUND
+    const WideString words = ToWide(std::string(known->second) + "\r\n");
+    if (buffer == nullptr || size < words.size() + 1)
+        return call.Fail(ERROR_INSUFFICIENT_BUFFER, DWORD{0});
+    CopyOut(buffer, words.c_str(), (words.size() + 1) * sizeof(WCHAR));
+    return call.Return(static_cast<DWORD>(words.size()));
 }
 
 }  // namespace qxsim

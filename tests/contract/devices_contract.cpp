@@ -332,6 +332,11 @@ CONTRACT_UNLESS(devices, re_enumerating_a_node, "CM_Reenumerate_DevNode", kTreeG
     IS(CM_Reenumerate_DevNode(0x7FFFFFF, 0), DWORD{CR_INVALID_DEVNODE});
 }
 
+CONTRACT(devices, a_device_is_removed_from_an_open_set_only, "SetupDiRemoveDevice") {
+    SP_DEVINFO_DATA element = Element();
+    FAILS_WITH(SetupDiRemoveDevice(INVALID_HANDLE_VALUE, &element), ERROR_INVALID_HANDLE);
+}
+
 // On Wine it is our stand-in for the missing library that is held to this.
 CONTRACT(devices, the_port_database,
          "ComDBOpen ComDBClose ComDBClaimPort ComDBReleasePort ComDBGetCurrentPortUsage") {

@@ -180,3 +180,16 @@ CONTRACT(system, type_libraries_register, "LoadTypeLib RegisterTypeLib UnRegiste
     HOLDS(FAILED(UnRegisterTypeLib(own, 1, 0, LOCALE_NEUTRAL, SYS_WIN64)));
     library->Release();
 }
+
+CONTRACT(system, error_codes_have_words, "FormatMessageW") {
+    std::array<WCHAR, 256> words{};
+    constexpr DWORD kFromSystem = FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS;
+    const DWORD length =
+        FormatMessageW(kFromSystem, nullptr, ERROR_ACCESS_DENIED, 0, words.data(), 256, nullptr);
+    NEEDS(length > 4);
+    IS(std::size_t{length}, Wide(words.data()).size());
+    HOLDS(Wide(words.data()).ends_with(TEXT("\r\n")));
+    FAILS_WITH(FormatMessageW(kFromSystem, nullptr, ERROR_ACCESS_DENIED, 0, words.data(), 4, nullptr),
+               ERROR_INSUFFICIENT_BUFFER);
+    IS(FormatMessageW(kFromSystem, nullptr, 0x2FFFFFFF, 0, words.data(), 256, nullptr), DWORD{0});
+}

@@ -15,7 +15,7 @@
 namespace qxtest {
 namespace {
 
-using qxsim::NamePlace;
+using qx::NamePlace;
 
 // What a failing function may leave at odds, and why. Everything that is not listed must agree.
 //
@@ -126,7 +126,7 @@ class Breakage : public InstallTest {
     void RunWith(const Scenario& scenario, const qxsim::Machine& start, const qxsim::Fault& fault) {
         SCOPED_TRACE(scenario.name + ", " + fault.function + " " + std::to_string(fault.nth) +
                      (fault.for_good ? " for good" : ""));
-        qxsim::Machine& victim = Use(start.Clone());
+        Use(start.Clone());
         instruments().Reset();
         instruments().KeepTrace(false);
         instruments().Inject(fault);
@@ -136,9 +136,9 @@ class Breakage : public InstallTest {
         ++runs_;
         EXPECT_EQ(installer().wrong, std::vector<std::string>{});
         EXPECT_EQ(instruments().LedgerReport(), "");
-        for (const qxsim::NamedPort& port : qxsim::ReportNames(victim).ports)
-            for (const qxsim::NameFault& wrong : port.faults)
-                EXPECT_TRUE(Allowed(scenario, fault, wrong.place)) << port.names.id << ": " << wrong.text;
+        for (const qxports::NamedPort& port : qxports::ReportNames(qxports::Computer()).ports)
+            for (const qxports::NameFault& wrong : port.faults)
+                EXPECT_TRUE(Allowed(scenario, fault, wrong.place)) << port.port.id << ": " << wrong.text;
     }
 
     // Every rule that covers the disagreement counts as needed.
@@ -208,11 +208,11 @@ TEST_F(Breakage, OfThePowerIsMadeGoodByTheNextInstallation) {
 
             instruments().Reset();
             instruments().KeepTrace(false);
-            qxsim::Machine& after = Use(qxsim::Machine::Reopen(*left));
+            Use(qxsim::Machine::Reopen(*left));
             installer().skip = finished;
             scenario.run_again(installer());
-            for (const qxsim::NamedPort& port : qxsim::ReportNames(after).ports)
-                for (const qxsim::NameFault& wrong : port.faults) {
+            for (const qxports::NamedPort& port : qxports::ReportNames(qxports::Computer()).ports)
+                for (const qxports::NameFault& wrong : port.faults) {
                     bool known = false;
                     for (const CutWindow& window : CutWindows())
                         if (scenario.name.starts_with(window.scenarios) &&
@@ -221,7 +221,7 @@ TEST_F(Breakage, OfThePowerIsMadeGoodByTheNextInstallation) {
                             known = true;
                             needed.insert(window.because);
                         }
-                    EXPECT_TRUE(known) << port.names.id << ": " << wrong.text;
+                    EXPECT_TRUE(known) << port.port.id << ": " << wrong.text;
                 }
         }
     }

@@ -72,11 +72,13 @@ TEST_F(Hostile, NamesAreNotBelieved) {
                 installer().CallBackPort(PortId(adapter, i));
         // Its neighbours have a number each, their own or the one of a swap that the bad name cut short, and
         // all their places agree.
-        for (const qxsim::NamedPort& port : qxsim::ReportNames(machine()).ports) {
-            if (port.names.id == PortId(adapter, 1))
+        for (const qxports::NamedPort& port : qxports::ReportNames(qxports::Computer()).ports) {
+            if (port.port.id == PortId(adapter, 1))
                 continue;
-            EXPECT_TRUE(port.faults.empty()) << port.names.id << ' ' << port.faults[0].text;
-            EXPECT_TRUE(port.number == 3 || port.number == 7 || port.number == 9) << port.number;
+            EXPECT_TRUE(port.faults.empty()) << port.port.id << ' ' << port.faults[0].text;
+            EXPECT_TRUE(port.port.places.number == 3 || port.port.places.number == 7 ||
+                        port.port.places.number == 9)
+                << port.port.places.number;
         }
         installer().RemovePort(PortId(adapter, 1));
         EXPECT_EQ(Disagreements(), "");

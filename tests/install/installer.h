@@ -6,7 +6,7 @@
 
 #include "tests/support/machine_fixture.h"
 
-#include "platform/machine/name_report.h"
+#include "admin/name_report.h"
 
 #include <optional>
 #include <string>
@@ -107,7 +107,7 @@ class InstallTest : public MachineTest {
         return qxsim::ToUtf8(qxsim::Machine::HardwareKeyPath(qxsim::ToWide(id)));
     }
     // Empty when every port's places agree.
-    [[nodiscard]] std::string Disagreements() { return qxsim::ReportNames(machine()).Faults(); }
+    [[nodiscard]] std::string Disagreements() { return qxports::ReportNames(qxports::Computer()).Faults(); }
     [[nodiscard]] static std::uint64_t Calls(std::string_view function) {
         return instruments().CallCount(function);
     }

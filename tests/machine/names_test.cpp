@@ -1,5 +1,4 @@
 // COM numbers, DOS names, opening by name, and what a port's start makes of them.
-#include "platform/machine/name_report.h"
 #include "tests/support/machine_fixture.h"
 
 #include <msports.h>
@@ -101,23 +100,6 @@ TEST_F(NamesTest, ANameThatIsTakenIsNotDefinedTwice) {
     EXPECT_TRUE(Dev("QX\\P\\2").started);
     EXPECT_EQ(machine().NamesOf(Dev("QX\\P\\2")).serial_comm, "");
     EXPECT_TRUE(machine().NamesOf(Dev("QX\\P\\2")).dos_names.empty());
-}
-
-// Somebody else's driver came first, and another has left its traces.
-TEST_F(NamesTest, TheReportNamesWhatStandsInAPortsWayAndWhatBelongsToNone) {
-    AddPort("QX\\P\\1", "COM5");
-    EXPECT_EQ(qxsim::ReportNames(machine()).Faults(), "");
-    machine().DefineDosName(TEXT("COM5"), TEXT("\\Device\\Other"));
-    machine().DefineDosName(TEXT("com300"), TEXT("\\Device\\Modem"));
-    machine().DefineDosName(TEXT("COMPUTER"), TEXT("\\Device\\Modem"));
-    machine().WriteText(qxsim::kSerialCommPath, "\\Device\\Modem", "COM300");
-    const qxsim::NameReport report = qxsim::ReportNames(machine());
-    EXPECT_EQ(report.Faults(), "QX\\P\\1: DOS name - instead of COM5: COM5 leads to \\Device\\Other\n");
-    EXPECT_THAT(report.lone_dos_names,
-                testing::ElementsAre("com300 leads to \\Device\\Modem", "COM5 leads to \\Device\\Other"));
-    EXPECT_THAT(report.lone_entries, testing::ElementsAre("\\Device\\Modem has COM300"));
-    EXPECT_THAT(report.Table(),
-                testing::HasSubstr("SERIALCOMM entry of no port: \\Device\\Modem has COM300\n"));
 }
 
 TEST_F(NamesTest, ARestartBringsNamesBackFromPortNameAndLeavesOthersAlone) {

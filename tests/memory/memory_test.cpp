@@ -54,10 +54,10 @@ void FailEachAllocation(const std::string& what, Run run) {
 }
 
 // The names that the ports of a computer have.
-std::set<std::string> PortNames(const qxsim::Machine& machine) {
+std::set<std::string> PortNames() {
     std::set<std::string> names;
-    for (const qxsim::NamedPort& port : qxsim::ReportNames(machine).ports)
-        names.insert(port.names.port_name);
+    for (const qxports::NamedPort& port : qxports::ReportNames(qxports::Computer()).ports)
+        names.insert(port.port.Name());
     return names;
 }
 
@@ -79,10 +79,10 @@ TEST_F(InstallationMemory, RunsOutWithoutHarm) {
     for (const Scenario& scenario : Scenarios()) {
         qxsim::Machine start;
         scenario.build(start);
-        std::set<std::string> expected = PortNames(start);
         Use(start.Clone());
+        std::set<std::string> expected = PortNames();
         scenario.run(installer());
-        expected.merge(PortNames(machine()));
+        expected.merge(PortNames());
         FailEachAllocation(scenario.name, [&](std::size_t nth, bool for_good) {
             SCOPED_TRACE(scenario.name + ", allocation " + std::to_string(nth));
             Use(start.Clone());
@@ -96,7 +96,7 @@ TEST_F(InstallationMemory, RunsOutWithoutHarm) {
             // moment.
             EXPECT_EQ(Disagreements(), "");
             if (scenario.name != "reinstallation") {  // whose new ports get names of their own
-                EXPECT_THAT(PortNames(machine()), testing::IsSubsetOf(expected));
+                EXPECT_THAT(PortNames(), testing::IsSubsetOf(expected));
             }
             return failing.Fired();
         });

@@ -2,7 +2,7 @@
 #include "driver_access/bus_parameters.h"
 #include "driver_access/vcp_parameters.h"
 #include "install/port_coinstaller.h"
-#include "platform/machine/name_report.h"
+#include "admin/name_report.h"
 #include "tests/support/machine_fixture.h"
 
 #include <atomic>
@@ -63,7 +63,7 @@ TEST_F(Threads, PortsOfTwoAdaptersInstalledByFourProcessesEndWithNamesThatAgree)
         }
     });
     EXPECT_EQ(wrong, 0U);
-    EXPECT_EQ(qxsim::ReportNames(machine()).Faults(), "");
+    EXPECT_EQ(qxports::ReportNames(qxports::Computer()).Faults(), "");
 }
 
 TEST_F(Threads, SeparateSetsAreEncodedAndDecodedIndependently) {

@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-namespace qxhost {
+namespace qxports {
 
 // Another value of the same set, by its name; settings limit one another.
 using OtherValue = std::function<std::uint32_t(std::string_view)>;
@@ -20,4 +20,7 @@ using OtherValue = std::function<std::uint32_t(std::string_view)>;
 [[nodiscard]] std::uint32_t ValueFor(std::string_view setting, const std::string& word, bool bus,
                                      const OtherValue& other);
 
-}  // namespace qxhost
+// Throws Failure when the driver's own number is none that the port allows.
+void RequireAllowed(std::string_view setting, std::uint32_t number, bool bus, const OtherValue& other);
+
+}  // namespace qxports

@@ -1,6 +1,6 @@
-#include "host/setting_meaning.h"
+#include "admin/setting_meaning.h"
 
-#include "host/failure.h"
+#include "admin/failure.h"
 
 #include <algorithm>
 #include <array>
@@ -10,7 +10,7 @@
 #include <span>
 #include <vector>
 
-namespace qxhost {
+namespace qxports {
 
 namespace {
 
@@ -236,4 +236,22 @@ std::uint32_t ValueFor(std::string_view setting, const std::string& word, bool b
            allowed + (rule->mask != nullptr ? " (by this port's " + std::string(rule->mask) + ")" : ""));
 }
 
-}  // namespace qxhost
+void RequireAllowed(std::string_view setting, std::uint32_t number, bool bus, const OtherValue& other) {
+    const Rule* const rule = RuleFor(setting, bus);
+    if (rule == nullptr || rule->choices.empty() || rule->bits || rule->otherwise != nullptr) {
+        static_cast<void>(LimitedNumber(setting, std::to_string(number), bus, other));
+        return;
+    }
+    const std::uint32_t supported = rule->mask == nullptr ? 0xFFFFFFFF : other(rule->mask);
+    std::string allowed;
+    for (const Choice& choice : rule->choices) {
+        if (choice.bit != 0 && (supported & choice.bit) == 0)
+            continue;
+        if (choice.value == number)
+            return;
+        allowed += (allowed.empty() ? "" : ", ") + std::to_string(choice.value);
+    }
+    Refuse(setting, std::to_string(number), allowed);
+}
+
+}  // namespace qxports

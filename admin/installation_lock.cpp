@@ -1,0 +1,60 @@
+#include "admin/installation_lock.h"
+
+#include "admin/text.h"
+#include "install/product_data.h"
+
+namespace qxports {
+
+namespace {
+
+constexpr const char* kUnderWay = "a port is being installed right now; try again, or --wait for it";
+
+}  // namespace
+
+InstallationLock::InstallationLock(const Context& context) {
+    if (context.manner.dry_run)
+        return;
+    try {
+        for (; held_ < mutexes_.size(); ++held_)
+            Take(held_, context);
+    } catch (...) {
+        Release();
+        throw;
+    }
+}
+
+InstallationLock::~InstallationLock() {
+    Release();
+}
+
+void InstallationLock::Take(std::size_t which, const Context& context) {
+    const qx::Text name = qx::Text(which == 0 ? TEXT("") : TEXT("Global\\")) + qx::kPortInstallationMutex;
+    qx::KernelObject& mutex = mutexes_[which];
+    mutex.Reset(CreateMutexW(nullptr, FALSE, name.c_str()));
+    if (!mutex) {
+        // The installer's own mutex is closed to everybody else while it installs.
+        const DWORD error = GetLastError();
+        throw Failure(
+            error == ERROR_ACCESS_DENIED ? kBusy : kSystemFailed,
+            "nothing is changed, for the port installation mutex cannot be had: " + ErrorWords(error) +
+                (error == ERROR_ACCESS_DENIED ? ". Perhaps a port is being installed right now" : ""));
+    }
+    DWORD outcome = WaitForSingleObject(mutex.Get(), 0);
+    if (outcome == WAIT_TIMEOUT && context.manner.wait) {
+        context.around.Err("Waiting for the installation of a port...\n");
+        outcome = WaitForSingleObject(mutex.Get(), INFINITE);
+    }
+    if (outcome == WAIT_TIMEOUT)
+        throw Failure(kBusy, kUnderWay);
+    // An abandoned one is ours: the installation that held it has ended, if not well.
+    if (outcome != WAIT_OBJECT_0 && outcome != WAIT_ABANDONED)
+        throw Failure(kSystemFailed,
+                      "the port installation mutex cannot be waited for: " + ErrorWords(GetLastError()));
+}
+
+void InstallationLock::Release() {
+    while (held_ > 0)
+        ReleaseMutex(mutexes_[--held_].Get());
+}
+
+}  // namespace qxports
