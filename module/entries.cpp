@@ -30,12 +30,12 @@ extern "C" QX_EXPORT BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, LPVOID)
     return TRUE;
 }
 
-extern "C" QX_EXPORT HRESULT WINAPI DllCanUnloadNow() noexcept {
+extern "C" QX_EXPORT HRESULT WINAPI DllCanUnloadNow() {
     // Nothing locks the module: it serves no objects.
     return S_OK;
 }
 
-extern "C" QX_EXPORT HRESULT WINAPI DllGetClassObject(REFCLSID, REFIID, LPVOID* object) noexcept {
+extern "C" QX_EXPORT HRESULT WINAPI DllGetClassObject(REFCLSID, REFIID, LPVOID* object) {
     if (!object)
         return E_POINTER;
     *object = nullptr;
