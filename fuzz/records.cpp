@@ -44,8 +44,7 @@ Units Spelled(const qxsim::Bytes& bytes) {
 void CheckValue(Bench& bench, DWORD type, const qxsim::Bytes& bytes) {
     bench.machine.HardwareKey(*bench.machine.Find(kPort))->Set(TEXT("PortName"), type, bytes);
     Text value(TEXT("before"));
-    const bool read =
-        qx::CQXDeviceRegInfo(bench.set, bench.element).GetDeviceString(Text(TEXT("PortName")), value);
+    const bool read = qx::CQXDeviceRegInfo(bench.set, bench.element).GetDeviceString(TEXT("PortName"), value);
     std::optional<Units> model;
     if (bytes.size() <= 300) {
         qxsim::Bytes buffer = bytes;

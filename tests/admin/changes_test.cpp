@@ -125,7 +125,7 @@ TEST_F(ChangesTest, ForgetsAbsentPortsWithTheirNumbers) {
     Refuses("forget COM4", 6, "--foreign");
     // Another port has the number by now, so it stays claimed, and that port keeps its name.
     AddPort("QX\\OLD\\2", "COM6", false, false);
-    machine().co_installers = [this](DI_FUNCTION request, HDEVINFO set, PSP_DEVINFO_DATA element) {
+    machine().co_installers = [](DI_FUNCTION request, HDEVINFO set, PSP_DEVINFO_DATA element) {
         COINSTALLER_CONTEXT_DATA context{};
         return QxUCoInstallPort(request, set, element, &context);
     };
