@@ -9,7 +9,7 @@ list() { git ls-files -- '*.cpp' '*.h' '*.c'; }
 
 total() { list | grep -E "$1" | count; }
 printf '%-28s %7s\n' part lines
-for part in base device_records driver_access install pages module platform host tests fuzz bench; do
+for part in base device_records driver_access install pages module admin platform host tests fuzz bench; do
     printf '%-28s %7s\n' "$part" "$(total "^$part/")"
 done
 code=$(list | grep -vE '^(tests|fuzz|bench)/' | count)

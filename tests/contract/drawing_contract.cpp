@@ -25,6 +25,19 @@ CONTRACT(drawing, objects_are_selected_and_deleted,
     IS(ReleaseDC(nullptr, dc), 1);
 }
 
+CONTRACT(drawing, the_users_colours, "GetSysColor GetSysColorBrush SystemParametersInfoW") {
+    HIGHCONTRASTW contrast{};
+    contrast.cbSize = sizeof(contrast);
+    HOLDS(SystemParametersInfoW(SPI_GETHIGHCONTRAST, sizeof(contrast), &contrast, 0));
+    IS(contrast.cbSize, UINT{sizeof(contrast)});
+    HOLDS(GetSysColor(COLOR_BTNFACE) != GetSysColor(COLOR_BTNTEXT));
+    IS(GetSysColor(9999), DWORD{0});
+    // The system's own brush: the same each time, and nobody's to delete.
+    const HBRUSH brush = GetSysColorBrush(COLOR_BTNFACE);
+    HOLDS(brush != nullptr);
+    IS(GetSysColorBrush(COLOR_BTNFACE), brush);
+}
+
 CONTRACT(drawing, fonts, "GetObjectW CreateFontIndirectW SelectObject GetTextExtentPoint32W") {
     LOGFONTW description{};
     description.lfHeight = -12;

@@ -1,7 +1,9 @@
 #!/bin/bash
 # Runs Windows programs on Wine and a virtual display, with a time limit on everything, so that no test run can hang.
 #
-#   wine.sh run [-t SECONDS] [-d DPI] PROGRAM [ARGUMENT...]   runs a program; its output and exit code are passed on
+#   wine.sh run [-t SECONDS] [-d DPI] [-c] PROGRAM [ARGUMENT...]
+#                                                             runs a program; its output and exit code are passed on;
+#                                                             with -c in the dark colours of high contrast
 #   wine.sh show DISPLAY PROGRAM [ARGUMENT...]                runs a program for a person in front of a display, without a limit
 #   wine.sh screenshot FILE.png                               pictures the virtual display
 #   wine.sh start | stop                                      "run" starts what it needs by itself
@@ -113,12 +115,34 @@ set_dpi() {
     echo "$1" >"$dir/dpi"
 }
 
+# The system's colours for programs that start from now on: dark ones, or its own again. Its theme draws some captions
+# in colours of its own, so it goes with the others.
+set_colours() { # dark | own
+    local name change active=1
+    [ "$1" = own ] || active=0
+    limited 30 "$dir/reg.log" "$wine" reg add 'HKCU\Software\Microsoft\Windows\CurrentVersion\ThemeManager' \
+        /v ThemeActive /d $active /f || die "cannot set the theme: $(cat "$dir/reg.log")"
+    for name in ButtonFace ButtonText Window WindowText HotTrackingColor; do
+        case $name in
+            ButtonFace | Window) change="0 0 0" ;;
+            HotTrackingColor) change="255 255 0" ;;
+            *) change="255 255 255" ;;
+        esac
+        if [ "$1" = dark ]; then
+            limited 30 "$dir/reg.log" "$wine" reg add 'HKCU\Control Panel\Colors' /v $name /d "$change" /f
+        else
+            limited 30 "$dir/reg.log" "$wine" reg delete 'HKCU\Control Panel\Colors' /v $name /f
+        fi || die "cannot set colours: $(cat "$dir/reg.log")"
+    done
+}
+
 run() {
-    local seconds=${QX_WINE_TIMEOUT:-120} dpi=96
-    while getopts t:d: option; do
+    local seconds=${QX_WINE_TIMEOUT:-120} dpi=96 dark=
+    while getopts t:d:c option; do
         case $option in
             t) seconds=$OPTARG ;;
             d) dpi=$OPTARG ;;
+            c) dark=yes ;;
             *) exit 125 ;;
         esac
     done
@@ -126,11 +150,13 @@ run() {
     [ $# -gt 0 ] || die "run: no program"
     start
     set_dpi "$dpi"
+    [ -z "$dark" ] || set_colours dark
     local log result
     log=$(mktemp "$dir/output.XXXXXX")
     export QX_VIRTUAL_DISPLAY=1
     timeout -k 5 "$seconds" "$wine" "$@" >"$log" 2>"$log.err" </dev/null
     result=$?
+    [ -z "$dark" ] || set_colours own
     cat "$log"
     # Wine's own remarks about 32-bit support are of no use to anyone.
     grep -vE 'wine32 is missing|multiarch|dpkg --add-architecture|^$|apt-get (update|install)|^it looks like' "$log.err" >&2
