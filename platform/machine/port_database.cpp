@@ -43,9 +43,6 @@ LONG WINAPI ComDBOpen(PHCOMDB result) {
 
 LONG WINAPI ComDBClose(HCOMDB handle) {
     Call call("ComDBClose", handle);
-    if (handle ==
-        HCOMDB_INVALID_HANDLE_VALUE)  // what a failed open left: refused, but nothing was closed twice
-        return Result(call, ERROR_INVALID_PARAMETER);
     if (!call.Closed(kDatabaseHandle, HandleNumber(handle)) ||
         Machine::Current().Handles().databases.erase(HandleNumber(handle)) == 0)
         return Result(call, ERROR_INVALID_PARAMETER);

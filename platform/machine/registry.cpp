@@ -143,11 +143,11 @@ LONG OpenKeyHandle(Call& call, Machine& machine, const std::shared_ptr<RegistryK
     return ERROR_SUCCESS;
 }
 
-LONG WINAPI RegOpenKeyExW(HKEY key, LPCWSTR subkey, DWORD, REGSAM access, PHKEY result) {
+LONG WINAPI RegOpenKeyExW(HKEY key, LPCWSTR subkey, DWORD options, REGSAM access, PHKEY result) {
     Call call("RegOpenKeyExW", key, subkey, access);
     if (call.Faulted())
         return Result(call, call.FaultError(ERROR_ACCESS_DENIED));
-    if (result == nullptr)
+    if (result == nullptr || options != 0)
         return Result(call, ERROR_INVALID_PARAMETER);
     *result = nullptr;
     Machine& machine = Machine::Current();

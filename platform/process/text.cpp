@@ -87,6 +87,8 @@ int WINAPI MultiByteToWideChar(UINT code_page, DWORD flags, LPCSTR text, int len
         return call.Fail(call.FaultError(ERROR_NOT_ENOUGH_MEMORY), 0);
     if (text == nullptr || length == 0 || length < -1 || !KnownCodePage(code_page))
         return call.Fail(ERROR_INVALID_PARAMETER, 0);
+    if (flags != 0)
+        return call.Fail(ERROR_INVALID_FLAGS, 0);
     const std::string_view source(
         text, length < 0 ? std::char_traits<char>::length(text) + 1 : static_cast<std::size_t>(length));
     WideString wide;

@@ -145,6 +145,8 @@ HRESULT UnRegisterTypeLib(REFGUID id, WORD major, WORD minor, LCID locale, SYSKI
     Call call("UnRegisterTypeLib", &id, major, minor, locale, static_cast<DWORD>(system));
     if (call.Faulted())
         return call.Return(TYPE_E_REGISTRYACCESS);
+    if (locale != LOCALE_NEUTRAL || system != SYS_WIN64)
+        return call.Return(TYPE_E_REGISTRYACCESS);
     call.Changing();
     const WideString key = KeyOf(id, major, minor);
     Machine& machine = Machine::Current();
