@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Work that may run out of memory, where no exception may leave.
 #pragma once
 
@@ -5,8 +6,8 @@
 
 namespace qx {
 
-// Does `work` to its end or to the first thing that it cannot have: memory, as a rule. Returns what `work`
-// does, true when that is nothing, and false when an exception ended it.
+// Runs `work`. Returns what it returns, or true when that is nothing; false when an exception ended it, which
+// as a rule means out of memory.
 template <typename Work>
 bool Attempt(Work work) noexcept {
     try {

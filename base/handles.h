@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Owners of platform handles: what is opened is closed on every path, with the last error kept.
 #pragma once
 
@@ -27,6 +28,11 @@ class LastErrorKeeper {
 //   using Handle = ...;                      the platform's type
 //   static Handle Invalid() noexcept;        what a failed opening yields and an empty owner holds
 //   static void Close(Handle) noexcept;      the platform's closing call; its result is of no use to an owner
+//
+//   const RegistryKey key = OpenKey(HKEY_LOCAL_MACHINE, kPortsKey, KEY_READ);
+//   if (!key)
+//       return false;                        // nothing was opened, nothing is closed
+//   Read(key.Get());                         // closed at the end of the block, the last error kept
 template <typename Traits>
 class Owned {
   public:
@@ -90,7 +96,7 @@ using HardwareKey = Owned<HardwareKeyTraits>;
 struct DeviceSetTraits {
     using Handle = HDEVINFO;
     static Handle Invalid() noexcept { return INVALID_HANDLE_VALUE; }
-    static void Close(Handle set) noexcept { SetupDiDestroyDeviceInfoList(set); }
+    static void Close(Handle device_set) noexcept { SetupDiDestroyDeviceInfoList(device_set); }
 };
 using DeviceSet = Owned<DeviceSetTraits>;
 

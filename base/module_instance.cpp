@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "base/module_instance.h"
 
 #include <vector>
@@ -5,7 +6,7 @@
 namespace qx {
 
 HINSTANCE ModuleInstance() noexcept {
-    static const char kHere = 0;
+    static constexpr char kHere = 0;
     HMODULE module = nullptr;
     if (!GetModuleHandleExW(
             GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
@@ -16,7 +17,8 @@ HINSTANCE ModuleInstance() noexcept {
 
 Text LoadText(UINT id) {
     const HINSTANCE module = ModuleInstance();
-    // A text that fills the buffer may have been cut off, which the platform does not tell.
+    // LoadStringW truncates silently: a text that fills the buffer may be incomplete, so try again with a
+    // larger one.
     for (std::vector<WCHAR> buffer(512);; buffer.resize(buffer.size() * 2)) {
         const int length = LoadStringW(module, id, buffer.data(), static_cast<int>(buffer.size()));
         if (length <= 0)

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What the library knows about its own module: its instance handle and its string table.
 #pragma once
 

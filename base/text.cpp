@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "base/text.h"
 
 #include <array>
@@ -37,7 +38,7 @@ Text ConvertCase(const Text& text, Convert convert) {
 
 }  // namespace
 
-Text::Text(const WCHAR* text) : Text(text == nullptr ? TextView() : TextView(text)) {}
+Text::Text(const WCHAR* text) : Text(text ? TextView(text) : TextView()) {}
 
 Text::Text(TextView text) {
     if (!text.empty())
@@ -61,10 +62,6 @@ const WCHAR* Text::c_str() const noexcept {
 
 TextView Text::view() const noexcept {
     return text_ ? TextView(*text_) : TextView();
-}
-
-DWORD Text::SizeInBytes() const noexcept {
-    return static_cast<DWORD>((length() + 1) * sizeof(WCHAR));
 }
 
 Text Text::WithoutFirst(std::size_t count) const {
@@ -114,7 +111,7 @@ Text FormatWith(TextView format, std::initializer_list<FormatArgument> arguments
     const FormatArgument* next = arguments.begin();
     using Kind = FormatArgument::Kind;
     // The next argument when it is of the kind that the conversion wants; the argument is used up either way.
-    const auto take = [&](Kind kind) -> const FormatArgument* {
+    const auto next_of = [&](Kind kind) -> const FormatArgument* {
         if (next == arguments.end())
             return nullptr;
         const FormatArgument* argument = next++;
@@ -127,19 +124,19 @@ Text FormatWith(TextView format, std::initializer_list<FormatArgument> arguments
         }
         switch (const WCHAR conversion = format[++at]) {
             case 'd':
-                if (const FormatArgument* argument = take(Kind::Number))
+                if (const FormatArgument* argument = next_of(Kind::kNumber))
                     AppendNumber(out, argument->number_);
                 break;
             case 'u':
-                if (const FormatArgument* argument = take(Kind::Number))
+                if (const FormatArgument* argument = next_of(Kind::kNumber))
                     AppendNumber(out, static_cast<unsigned>(argument->number_));
                 break;
             case 's':
-                if (const FormatArgument* argument = take(Kind::String))
+                if (const FormatArgument* argument = next_of(Kind::kString))
                     out.append(argument->text_.view());
                 break;
             case 'c':
-                if (const FormatArgument* argument = take(Kind::Character))
+                if (const FormatArgument* argument = next_of(Kind::kCharacter))
                     out.push_back(argument->character_);
                 break;
             case '%':

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The system's text: UTF-16 strings as the platform passes them, and the few conversions made on them.
 #pragma once
 
@@ -31,7 +32,7 @@ class Text {
     explicit Text(TextView text);
 
     // The text in a fixed buffer that the platform filled: up to its first NUL, or all `capacity` units when
-    // the platform left no room for one.
+    // there is none.
     [[nodiscard]] static Text FromBuffer(const WCHAR* buffer, std::size_t capacity);
 
     [[nodiscard]] const WCHAR* c_str() const noexcept;
@@ -40,8 +41,6 @@ class Text {
     // Units without the terminating NUL.
     [[nodiscard]] std::size_t length() const noexcept { return view().size(); }
     [[nodiscard]] bool empty() const noexcept { return view().empty(); }
-    // Bytes including the terminating NUL: the size that the platform wants for a REG_SZ.
-    [[nodiscard]] DWORD SizeInBytes() const noexcept;
 
     [[nodiscard]] bool Contains(TextView part) const noexcept { return view().find(part) != TextView::npos; }
     // The text without its first `count` units; empty when it has no more than that.
@@ -73,10 +72,6 @@ class FixedText {
     [[nodiscard]] const WCHAR* c_str() const noexcept { return units_.data(); }
     [[nodiscard]] TextView view() const noexcept { return TextView(units_.data()); }
     operator TextView() const noexcept { return view(); }  // NOLINT(google-explicit-constructor)
-    // Bytes including the terminating NUL.
-    [[nodiscard]] DWORD SizeInBytes() const noexcept {
-        return static_cast<DWORD>((view().size() + 1) * sizeof(WCHAR));
-    }
 
     // Adds as much of `more` as fits.
     void Append(TextView more) noexcept {
@@ -113,15 +108,15 @@ class FormatArgument {
     // A 32-bit number of either sign; the conversion decides how its bits are read.
     template <std::integral Number>
     requires(sizeof(Number) == sizeof(int)) FormatArgument(Number value)
-    noexcept : kind_(Kind::Number), number_(static_cast<int>(value)) {}
-    FormatArgument(WCHAR value) noexcept : kind_(Kind::Character), character_(value) {}
-    FormatArgument(const Text& value) : kind_(Kind::String), text_(value) {}
-    FormatArgument(const WCHAR* value) : kind_(Kind::String), text_(value) {}
+    noexcept : kind_(Kind::kNumber), number_(static_cast<int>(value)) {}
+    FormatArgument(WCHAR value) noexcept : kind_(Kind::kCharacter), character_(value) {}
+    FormatArgument(const Text& value) : kind_(Kind::kString), text_(value) {}
+    FormatArgument(const WCHAR* value) : kind_(Kind::kString), text_(value) {}
     // NOLINTEND(google-explicit-constructor)
 
   private:
     friend Text FormatWith(TextView format, std::initializer_list<FormatArgument> arguments);
-    enum class Kind { Number, Character, String };
+    enum class Kind { kNumber, kCharacter, kString };
     Kind kind_;
     int number_ = 0;
     WCHAR character_ = 0;

@@ -1,17 +1,15 @@
+// SPDX-License-Identifier: MIT
 #include "device_records/device_reg_info.h"
+
+#include "base/attempt.h"
+#include "base/registry.h"
 
 #include <algorithm>
 #include <cstddef>
-#include <new>
 
 namespace qx {
 
 namespace {
-
-// The hardware key of the device at hand.
-HardwareKey OpenHardwareKey(HDEVINFO device_set, SP_DEVINFO_DATA& element, REGSAM access) noexcept {
-    return HardwareKey(SetupDiOpenDevRegKey(device_set, &element, DICS_FLAG_GLOBAL, 0, DIREG_DEV, access));
-}
 
 // Whether data of this registry type are a text, or a list whose first string can stand for one.
 constexpr bool IsTextType(DWORD registry_type) noexcept {
@@ -50,14 +48,7 @@ bool CQXDeviceRegInfo::ReadProperty(DWORD property, PropertyText& out) const noe
 
 bool CQXDeviceRegInfo::GetPropertyString(DWORD property, Text& out) const noexcept {
     PropertyText read;
-    if (!ReadProperty(property, read))
-        return false;
-    try {
-        out = Text(read.text);
-    } catch (const std::bad_alloc&) {
-        return false;
-    }
-    return true;
+    return ReadProperty(property, read) && Attempt([&] { out = Text(read.text); });
 }
 
 bool CQXDeviceRegInfo::GetClassString(Text& out) const noexcept {
@@ -87,7 +78,7 @@ bool CQXDeviceRegInfo::WriteFriendlyName(TextView name, TextView old, TextView r
                                              static_cast<DWORD>(size)) != FALSE;
 }
 
-bool CQXDeviceRegInfo::SetFriendlyName(Text name) const noexcept {
+bool CQXDeviceRegInfo::SetFriendlyName(const Text& name) const noexcept {
     return WriteFriendlyName(name, {}, {});
 }
 
@@ -111,21 +102,12 @@ bool CQXDeviceRegInfo::GetDeviceString(const WCHAR* value_name, DeviceString& ou
 
 bool CQXDeviceRegInfo::GetDeviceString(const WCHAR* value_name, Text& out) const noexcept {
     DeviceString read;
-    if (!GetDeviceString(value_name, read))
-        return false;
-    try {
-        out = Text(read.view());
-    } catch (const std::bad_alloc&) {
-        return false;
-    }
-    return true;
+    return GetDeviceString(value_name, read) && Attempt([&] { out = Text(read.view()); });
 }
 
 bool CQXDeviceRegInfo::SetDeviceString(const WCHAR* value_name, const Text& text) const noexcept {
     const HardwareKey key = OpenHardwareKey(device_set_, element_, GENERIC_WRITE);
-    return key &&
-           RegSetValueExW(key.Get(), value_name, 0, REG_SZ, reinterpret_cast<const BYTE*>(text.c_str()),
-                          text.SizeInBytes()) == ERROR_SUCCESS;
+    return key && WriteText(key.Get(), value_name, text.c_str());
 }
 
 }  // namespace qx

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The registry record of one device: its registry properties and the values of its hardware key.
 #pragma once
 
@@ -18,7 +19,7 @@ using DeviceString = FixedText<150>;
 // record keeps the set alive for as long as the record, or the object it is part of, is used. It opens and
 // closes what it needs within each call, so it can be copied and dropped freely.
 //
-// Every operation answers true on success. A failed read leaves the output as it was, and a failed write
+// Every operation returns true on success. A failed read leaves the output as it was, and a failed write
 // leaves the property or value as it was; nothing is shown to the user. No operation throws: running out of
 // memory is a failed operation.
 class CQXDeviceRegInfo {
@@ -38,7 +39,7 @@ class CQXDeviceRegInfo {
     [[nodiscard]] bool GetDriverKey(Text& out) const noexcept;
     // What the device manager shows for the device.
     [[nodiscard]] bool GetFriendlyName(Text& out) const noexcept;
-    [[nodiscard]] bool SetFriendlyName(Text name) const noexcept;
+    [[nodiscard]] bool SetFriendlyName(const Text& name) const noexcept;
     // Reads the friendly name and writes it back with every occurrence of `old` replaced. Needs no more
     // memory than the two calls of the platform do.
     [[nodiscard]] bool ReplaceInFriendlyName(TextView old, TextView replacement) const noexcept;
@@ -52,7 +53,7 @@ class CQXDeviceRegInfo {
 
     // The pair that names the device to the platform, for operations beside the registry. The platform takes
     // the element by non-const pointer even where it only reads it.
-    [[nodiscard]] HDEVINFO DeviceSet() const noexcept { return device_set_; }
+    [[nodiscard]] HDEVINFO Devices() const noexcept { return device_set_; }
     [[nodiscard]] SP_DEVINFO_DATA& Element() const noexcept { return element_; }
 
   private:

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "device_records/port_database.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "device_records/port_util.h"
 
 #include <algorithm>
@@ -6,7 +7,7 @@ namespace qx {
 
 namespace {
 
-// The database's report: one byte a COM number, COM1 first, other than 0 when claimed.
+// The database's report: one byte per COM number, COM1 first, other than 0 when claimed.
 using UsageMap = std::array<BYTE, 256>;
 
 bool GetUsage(HCOMDB database, UsageMap& usage) noexcept {
@@ -35,7 +36,7 @@ bool CPortUtil::ClaimPort(DWORD number, bool force, bool* forced) noexcept {
     BOOL was_forced = FALSE;
     if (ComDBClaimPort(database_, number, force ? TRUE : FALSE, &was_forced) != ERROR_SUCCESS)
         return false;
-    if (forced != nullptr)
+    if (forced)
         *forced = was_forced != FALSE;
     return true;
 }
@@ -51,19 +52,15 @@ bool CPortUtil::IsPortFree(DWORD number) const noexcept {
     return GetUsage(database_, usage) && usage[number - 1] == 0;
 }
 
-std::vector<Text> CPortUtil::ListComNames(const Text& current) const {
+std::vector<ListedComName> CPortUtil::ListComNames(const Text& current) const {
     constexpr DWORD kListedNames = 255;  // the last number of the database has never been offered
-    std::vector<Text> names;
+    std::vector<ListedComName> names;
     UsageMap usage;
     if (database_ == HCOMDB_INVALID_HANDLE_VALUE || !GetUsage(database_, usage))
         return names;
     names.reserve(kListedNames);
-    for (DWORD number = 1; number <= kListedNames; ++number) {
-        Text name = ComNameOf(number);
-        if (usage[number - 1] != 0 && !(name == current))
-            name = name + Text(TEXT(" (in use)"));
-        names.push_back(std::move(name));
-    }
+    for (DWORD number = 1; number <= kListedNames; ++number)
+        names.push_back({number, usage[number - 1] != 0 && !(ComNameOf(number) == current)});
     return names;
 }
 

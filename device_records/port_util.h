@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // One open handle of the operating system's COM port database.
 #pragma once
 
@@ -11,8 +12,14 @@
 
 namespace qx {
 
+// A COM name to choose from.
+struct ListedComName {
+    DWORD number;
+    bool in_use;  // claimed, and not by the port whose name is chosen: it holds its own number
+};
+
 // Wraps the database in which the operating system keeps which COM numbers are claimed. Every operation
-// answers true on success and shows nothing to the user.
+// returns true on success and shows nothing to the user.
 //
 // The destructor does not close the database, unlike every other owner of a handle here: opening and closing
 // are steps of an operation with work before and behind them, and whoever opens the database closes it within
@@ -35,13 +42,12 @@ class CPortUtil {
     // Gives a COM number back.
     bool ReleasePort(DWORD number) noexcept;
     // Whether nobody has claimed the number, by a fresh look at the database. False for numbers outside 1 to
-    // 256, on an unopened holder and when the database does not answer.
+    // 256, on an unopened holder and when the database cannot be read.
     [[nodiscard]] bool IsPortFree(DWORD number) const noexcept;
-    // COM1 to COM255 for a choice box, those that are claimed marked " (in use)", except `current`: the port
-    // holds its own number. Empty on an unopened holder and when the database does not answer.
-    [[nodiscard]] std::vector<Text> ListComNames(const Text& current) const;
-    // Which of COM1 to COM256 are claimed, COM1 first. None on an unopened holder and when the database does
-    // not answer.
+    // COM1 to COM255 for a choice box. Empty on an unopened holder and when the database cannot be read.
+    [[nodiscard]] std::vector<ListedComName> ListComNames(const Text& current) const;
+    // Which of COM1 to COM256 are claimed, COM1 first. None on an unopened holder and when the database
+    // cannot be read.
     [[nodiscard]] std::optional<std::array<bool, 256>> Claims() const noexcept;
 
   private:

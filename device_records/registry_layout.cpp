@@ -1,33 +1,24 @@
+// SPDX-License-Identifier: MIT
 #include "device_records/registry_layout.h"
 
 #include <algorithm>
 
 namespace qx {
 
-namespace {
-
-constexpr const WCHAR* kHardwareKeyFormat = TEXT("System\\CurrentControlSet\\Enum\\%s\\Device Parameters");
-constexpr const WCHAR* kUi1KeyFormat = TEXT("System\\CurrentControlSet\\Enum\\%s\\Device Parameters\\UI1");
-constexpr const WCHAR* kBackupKeyFormat = TEXT("System\\CurrentControlSet\\Enum\\%s\\Device Parameters\\%s");
-constexpr const WCHAR* kBackupUi1KeyFormat =
-    TEXT("System\\CurrentControlSet\\Enum\\%s\\Device Parameters\\%s\\UI1");
-
-}  // namespace
-
 Text HardwareKeyPath(const Text& instance_id) {
-    return Format(kHardwareKeyFormat, instance_id);
+    return Format(TEXT("System\\CurrentControlSet\\Enum\\%s\\Device Parameters"), instance_id);
 }
 
 Text Ui1KeyPath(const Text& instance_id) {
-    return Format(kUi1KeyFormat, instance_id);
+    return Format(TEXT("%s\\%s"), HardwareKeyPath(instance_id), kUi1);
 }
 
 Text BackupKeyPath(const Text& parent_id, const Text& backup_name) {
-    return Format(kBackupKeyFormat, parent_id, backup_name);
+    return Format(TEXT("%s\\%s"), HardwareKeyPath(parent_id), backup_name);
 }
 
 Text BackupUi1KeyPath(const Text& parent_id, const Text& backup_name) {
-    return Format(kBackupUi1KeyFormat, parent_id, backup_name);
+    return Format(TEXT("%s\\%s"), BackupKeyPath(parent_id, backup_name), kUi1);
 }
 
 Text PortBackupKeyName(const Text& instance_id) {

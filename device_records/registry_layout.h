@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Where the system keeps values in the registry: names and paths that installation and pages share.
 #pragma once
 
@@ -6,18 +7,20 @@
 namespace qx {
 
 // Values of a device's hardware key.
-inline constexpr const WCHAR* kPortName = TEXT("PortName");  // a port's COM name
-inline constexpr const WCHAR* kNoUpgrade =
-    TEXT("NoUpgrade");  // "1": no driver update by the device's own request
+inline constexpr const WCHAR* kPortName = TEXT("PortName");    // a port's COM name
+inline constexpr const WCHAR* kNoUpgrade = TEXT("NoUpgrade");  // "1": its driver comes with the adapter's
 inline constexpr const WCHAR* kUnInstall = TEXT("UnInstall");  // a card's uninstall program
 // Name of the subkey of a port's hardware key that holds opaque per-port values.
 inline constexpr const WCHAR* kUi1 = TEXT("UI1");
 
-// The operating system's default line settings of all ports, one value a COM name, under HKEY_LOCAL_MACHINE.
+// The operating system's default line settings of all ports, one value per COM name, under
+// HKEY_LOCAL_MACHINE.
 inline constexpr const WCHAR* kPortsKey = TEXT("SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion\\Ports");
+// Where the port drivers list the ports that run: kernel device and COM name, under HKEY_LOCAL_MACHINE.
+inline constexpr const WCHAR* kSerialCommKey = TEXT("Hardware\\DeviceMap\\SERIALCOMM");
 
 // Paths under HKEY_LOCAL_MACHINE for devices that are known by their instance id alone. A parent's hardware
-// key carries one backup subkey a child port, named by PortBackupKeyName.
+// key has one backup subkey per child port, named by PortBackupKeyName.
 [[nodiscard]] Text HardwareKeyPath(const Text& instance_id);
 [[nodiscard]] Text Ui1KeyPath(const Text& instance_id);
 [[nodiscard]] Text BackupKeyPath(const Text& parent_id, const Text& backup_name);

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "driver_access/bus_parameters.h"
 
 #include <new>
@@ -22,7 +23,7 @@ constexpr BusElement kBusElements[] = {
     {TEXT("TxFifoSize"), &CQxUBusUserModeInterface::TxFifoSize, 256},
     {TEXT("MaximumBaudRate"), &CQxUBusUserModeInterface::MaximumBaudRate, 1000000},
     {TEXT("InterfaceType"), nullptr, 0},
-    {TEXT("PolicyType"), &CQxUBusUserModeInterface::PolicyType, 1},
+    {TEXT("PolicyType"), &CQxUBusUserModeInterface::PolicyType, kCpuUsagePolicy},
     {TEXT("MaximumLatency"), &CQxUBusUserModeInterface::MaximumLatency, 16},
     {TEXT("MaximumLatencySliderPos"), &CQxUBusUserModeInterface::MaximumLatencySliderPos, 16},
     {TEXT("MaximumLatencyFineTuning"), &CQxUBusUserModeInterface::MaximumLatencyFineTuning, 1},
@@ -35,8 +36,8 @@ constexpr BusElement kBusElements[] = {
 
 CQxUBusUserModeInterface::CQxUBusUserModeInterface() noexcept {
     for (const BusElement& element : kBusElements) {
-        // Freed with the loop's turn when the element cannot be registered.
-        if (element.number == nullptr) {
+        // If AddElement fails, `registered` keeps the default and frees it at the end of this iteration.
+        if (!element.number) {
             RegisteredDefault registered(std::unique_ptr<StringHolder>(new (std::nothrow) StringHolder));
             static_cast<void>(AddElement(element.name, &InterfaceType, kStringElement, registered));
         } else {

@@ -1,7 +1,9 @@
+// SPDX-License-Identifier: MIT
 // The parameter set of an adapter's bus side.
 #pragma once
 
 #include "driver_access/information_set.h"
+#include "driver_access/line_settings.h"
 
 namespace qx {
 
@@ -11,6 +13,7 @@ class CBusParameters {
   public:
     friend bool operator==(const CBusParameters&, const CBusParameters&) = default;
 
+    // NOLINTBEGIN(readability-identifier-naming): the drivers' names
     DWORD USB_TxTransferSize = 0;  // bytes
     DWORD USB_RxTransferSize = 0;  // bytes
     DWORD USB_LatencyTimer = 0;    // milliseconds
@@ -18,13 +21,14 @@ class CBusParameters {
     DWORD RxFifoSize = 0;          // bytes
     DWORD TxFifoSize = 0;          // bytes
     DWORD MaximumBaudRate = 0;     // bits per second
-    DWORD PolicyType = 0;          // 0 = latency has priority, 1 = CPU usage has priority
-    DWORD MaximumLatency = 0;      // milliseconds
+    DWORD PolicyType = kLatencyPolicy;
+    DWORD MaximumLatency = 0;  // milliseconds
     DWORD MaximumLatencySliderPos = 0;
     DWORD MaximumLatencyFineTuning = 0;
     DWORD LowCpuUsageFineTuning = 0;
     DWORD PortType = 0;
     DWORD SoftTxLimit = 0;
+    // NOLINTEND(readability-identifier-naming)
 };
 
 // The same as 14 elements in the drivers' order. Meaningful after a successful read.

@@ -1,4 +1,7 @@
+// SPDX-License-Identifier: MIT
 #include "driver_access/device_interface.h"
+
+#include "base/attempt.h"
 
 #include <cstddef>
 #include <cstdio>
@@ -14,9 +17,9 @@ namespace {
 static_assert(sizeof(SP_DEVICE_INTERFACE_DETAIL_DATA_W) == 8);
 
 // The whole path of one interface, or nothing when the platform does not give it.
-std::optional<Text> PathOf(HDEVINFO set, SP_DEVICE_INTERFACE_DATA& interface_data) {
+std::optional<Text> PathOf(HDEVINFO device_set, SP_DEVICE_INTERFACE_DATA& interface_data) {
     DWORD size = 0;
-    if (SetupDiGetDeviceInterfaceDetailW(set, &interface_data, nullptr, 0, &size, nullptr) ||
+    if (SetupDiGetDeviceInterfaceDetailW(device_set, &interface_data, nullptr, 0, &size, nullptr) ||
         GetLastError() != ERROR_INSUFFICIENT_BUFFER)
         return std::nullopt;
     if (size < sizeof(SP_DEVICE_INTERFACE_DETAIL_DATA_W))
@@ -26,7 +29,7 @@ std::optional<Text> PathOf(HDEVINFO set, SP_DEVICE_INTERFACE_DATA& interface_dat
         return std::nullopt;
     auto* const detail = reinterpret_cast<SP_DEVICE_INTERFACE_DETAIL_DATA_W*>(memory.get());
     detail->cbSize = sizeof(SP_DEVICE_INTERFACE_DETAIL_DATA_W);
-    if (!SetupDiGetDeviceInterfaceDetailW(set, &interface_data, detail, size, nullptr, nullptr))
+    if (!SetupDiGetDeviceInterfaceDetailW(device_set, &interface_data, detail, size, nullptr, nullptr))
         return std::nullopt;
     const std::size_t path_bytes = size - offsetof(SP_DEVICE_INTERFACE_DETAIL_DATA_W, DevicePath);
     return Text::FromBuffer(detail->DevicePath, path_bytes / sizeof(WCHAR));
@@ -49,11 +52,11 @@ bool CQxSetupDi_DeviceInterface::OpenInterfaceSet() noexcept {
     return false;
 }
 
-bool CQxSetupDi_DeviceInterface::FindInterfacePath(Text pattern) noexcept {
-    try {
+bool CQxSetupDi_DeviceInterface::FindInterfacePath(const Text& pattern) noexcept {
+    return Attempt([&] {
         const Text wanted = LowerCase(pattern);
         SP_DEVICE_INTERFACE_DATA interface_data{};
-        interface_data.cbSize = sizeof interface_data;
+        interface_data.cbSize = sizeof(interface_data);
         for (DWORD index = 0; SetupDiEnumDeviceInterfaces(interface_set_.Get(), nullptr, &interface_class_,
                                                           index, &interface_data);
              ++index) {
@@ -65,9 +68,8 @@ bool CQxSetupDi_DeviceInterface::FindInterfacePath(Text pattern) noexcept {
                 return true;
             }
         }
-    } catch (const std::bad_alloc&) {  // no memory for a path: nothing is found
-    }
-    return false;
+        return false;
+    });
 }
 
 }  // namespace qx

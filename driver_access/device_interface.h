@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Finds the control device that the port driver publishes for a port.
 #pragma once
 
@@ -16,17 +17,17 @@ class CQxSetupDi_DeviceInterface {
     CQxSetupDi_DeviceInterface(const CQxSetupDi_DeviceInterface&) = delete;
     CQxSetupDi_DeviceInterface& operator=(const CQxSetupDi_DeviceInterface&) = delete;
 
-    // Walks the opened set for the interface whose path ends, behind its last backslash, in `pattern`
-    // (letter case does not count) and keeps that path. False when there is none, when the platform fails,
-    // or when the set is not open.
-    [[nodiscard]] bool FindInterfacePath(Text pattern) noexcept;
+    // Walks the opened set for the interface whose path, after its last backslash, is `pattern` (letter case
+    // does not count) and keeps that path. Requires: OpenInterfaceSet. False when there is none, and when the
+    // platform fails.
+    [[nodiscard]] bool FindInterfacePath(const Text& pattern) noexcept;
 
     // The path of the interface that was found, as the platform spells it; empty before that.
     [[nodiscard]] const Text& InterfacePath() const noexcept { return interface_path_; }
 
   protected:
     // Opens the set of the present interfaces of the class. On failure one line with the error code goes to
-    // standard output, the only trace that a support engineer finds of it.
+    // standard output, the only trace of it for support.
     [[nodiscard]] bool OpenInterfaceSet() noexcept;
 
   private:

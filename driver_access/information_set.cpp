@@ -1,4 +1,7 @@
+// SPDX-License-Identifier: MIT
 #include "driver_access/information_set.h"
+
+#include "base/attempt.h"
 
 #include <algorithm>
 #include <array>
@@ -6,7 +9,6 @@
 #include <cstring>
 #include <cwchar>
 #include <limits>
-#include <new>
 #include <optional>
 
 namespace qx {
@@ -92,10 +94,10 @@ class Writer {
 
     [[nodiscard]] bool Fits(std::uint64_t size) const noexcept { return size <= free_; }
     [[nodiscard]] std::size_t Free() const noexcept { return free_; }
-    void Byte(BYTE value) noexcept { *Take(1) = value; }
-    void Number(DWORD value) noexcept { StoreNumber(Take(kNumberSize), value); }
+    void Byte(BYTE value) noexcept { *Advance(1) = value; }
+    void Number(DWORD value) noexcept { StoreNumber(Advance(kNumberSize), value); }
     // The place of the next `size` bytes, which count as written.
-    BYTE* Take(std::size_t size) noexcept {
+    BYTE* Advance(std::size_t size) noexcept {
         free_ -= static_cast<DWORD>(size);
         BYTE* const place = at_;
         at_ += size;
@@ -108,7 +110,7 @@ class Writer {
 };
 
 // What is left of a driver's stream. Nothing is consumed until an item is complete: members that find too few
-// bytes answer false.
+// bytes return false.
 class Reader {
   public:
     Reader(const BYTE* buffer, DWORD& available) noexcept
@@ -174,7 +176,7 @@ bool EncodeString(Writer& writer, const StreamFormat& format, StringHolder& hold
         writer.Byte(format.StringTag());
     if (format.prefixed)
         writer.Number(static_cast<DWORD>(text.size()));
-    BYTE* out = writer.Take(text.size() * format.unit_size);
+    BYTE* out = writer.Advance(text.size() * format.unit_size);
     if (!format.Wide()) {
         std::copy_n(narrow.begin(), text.size(), out);
     } else {
@@ -184,7 +186,7 @@ bool EncodeString(Writer& writer, const StreamFormat& format, StringHolder& hold
         }
     }
     if (format.terminated)
-        std::fill_n(writer.Take(format.unit_size), format.unit_size, BYTE{0});
+        std::fill_n(writer.Advance(format.unit_size), format.unit_size, BYTE{0});
     return true;
 }
 
@@ -277,7 +279,7 @@ bool DecodeString(Reader& reader, const StreamFormat& format, StringHolder& hold
     const auto place = LocateString(reader, format);
     if (!place)
         return false;
-    try {
+    const bool converted = Attempt([&] {
         if (format.Wide()) {
             std::basic_string<WCHAR> units(place->length, WCHAR{0});
             for (std::size_t i = 0; i != place->length; ++i)
@@ -285,37 +287,17 @@ bool DecodeString(Reader& reader, const StreamFormat& format, StringHolder& hold
             holder.text = Text(TextView(units));
             return true;
         }
-        NarrowConversion converted;
-        if (format.terminated ? ConvertByCodePage(*place, converted) : ConvertByLocale(*place, converted)) {
-            holder.text = Text(TextView(converted.units.data(), converted.length));
-            return true;
-        }
-    } catch (const std::bad_alloc&) {  // no memory for the text: it could not be converted
-    }
-    holder.status = -1;
-    return false;
+        NarrowConversion narrow;
+        if (!(format.terminated ? ConvertByCodePage(*place, narrow) : ConvertByLocale(*place, narrow)))
+            return false;
+        holder.text = Text(TextView(narrow.units.data(), narrow.length));
+        return true;
+    });
+    holder.status = converted ? 0 : -1;
+    return converted;
 }
 
 }  // namespace
-
-// Puts the options of one call into force and the set's own back at its end.
-class CSsInformationSet::OptionOverride {
-  public:
-    OptionOverride(CSsSerialisation& serialisation, DWORD options) noexcept
-        : serialisation_(serialisation),
-          own_(serialisation.Options()),
-          valid_(options == 0 || serialisation.SetOptions(options)) {}
-    ~OptionOverride() { static_cast<void>(serialisation_.SetOptions(own_)); }
-    OptionOverride(const OptionOverride&) = delete;
-    OptionOverride& operator=(const OptionOverride&) = delete;
-
-    [[nodiscard]] bool IsValid() const noexcept { return valid_; }
-
-  private:
-    CSsSerialisation& serialisation_;
-    DWORD own_;
-    bool valid_;
-};
 
 DWORD* CSsInformationSet::Element::Number() const noexcept {
     return type_ == kNumberElement ? static_cast<DWORD*>(value_) : nullptr;
@@ -327,15 +309,15 @@ StringHolder* CSsInformationSet::Element::String() const noexcept {
 
 bool CSsInformationSet::AddElement(const WCHAR* name, void* value, DWORD type,
                                    RegisteredDefault& registered) noexcept {
-    if (name == nullptr || value == nullptr)
+    if (!name || !value)
         return false;
-    try {
-        Element element;
-        element.name_ = Text(name);
-        element.value_ = value;
-        element.type_ = type;
-        elements_.push_back(std::move(element));
-    } catch (const std::bad_alloc&) {
+    if (!Attempt([&] {
+            Element element;
+            element.name_ = Text(name);
+            element.value_ = value;
+            element.type_ = type;
+            elements_.push_back(std::move(element));
+        })) {
         complete_ = false;
         return false;
     }
@@ -371,12 +353,12 @@ const CSsInformationSet::Element* CSsInformationSet::Last() const noexcept {
 }
 
 DWORD CSsInformationSet::EncodedSize(DWORD options) noexcept {
-    const OptionOverride in_force(serialisation_, options);
-    if (!in_force.IsValid())
+    const DWORD in_force = options != 0 ? options : serialisation_.Options();
+    if (!CSsSerialisationBase::AreValidOptions(in_force))
         return 0;
-    const StreamFormat format(serialisation_.Options());
+    const StreamFormat format(in_force);
     std::uint64_t size = format.header ? format.NumberSize() : 0;
-    for (const Element* element = First(); element != nullptr; element = Next()) {
+    for (const Element* element = First(); element; element = Next()) {
         if (element->type_ == kNumberElement)
             size += format.NumberSize();
         else if (element->type_ == kStringElement)
@@ -388,10 +370,10 @@ DWORD CSsInformationSet::EncodedSize(DWORD options) noexcept {
 }
 
 bool CSsInformationSet::Encode(BYTE* buffer, DWORD& free_bytes, DWORD options) noexcept {
-    const OptionOverride in_force(serialisation_, options);
-    if (!in_force.IsValid())
+    const DWORD in_force = options != 0 ? options : serialisation_.Options();
+    if (!CSsSerialisationBase::AreValidOptions(in_force))
         return false;
-    const StreamFormat format(serialisation_.Options());
+    const StreamFormat format(in_force);
     Writer writer(buffer, free_bytes);
 
     if (format.header) {
@@ -404,10 +386,10 @@ bool CSsInformationSet::Encode(BYTE* buffer, DWORD& free_bytes, DWORD options) n
     for (position_ = 0; position_ != elements_.size();) {
         const Element* const element = elements_.data() + position_;
         if (element->type_ == kNumberElement && !format.Tagged()) {
-            // A stretch of numbers is as long as the buffer allows, found out once.
+            // A stretch of numbers is as long as the buffer allows, which is checked once.
             const std::size_t fitting = std::min<std::size_t>(element->stretch_, writer.Free() / kNumberSize);
             const bool all_fit = fitting == element->stretch_;
-            BYTE* const out = writer.Take(fitting * kNumberSize);
+            BYTE* const out = writer.Advance(fitting * kNumberSize);
             ForEachInStretch(fitting, [=](std::size_t i) {
                 StoreNumber(out + i * kNumberSize, *static_cast<const DWORD*>(element[i].value_));
             });
@@ -430,10 +412,10 @@ bool CSsInformationSet::Encode(BYTE* buffer, DWORD& free_bytes, DWORD options) n
 }
 
 bool CSsInformationSet::Decode(const BYTE* buffer, DWORD& available_bytes, DWORD options) noexcept {
-    const OptionOverride in_force(serialisation_, options);
-    if (!in_force.IsValid())
+    const DWORD in_force = options != 0 ? options : serialisation_.Options();
+    if (!CSsSerialisationBase::AreValidOptions(in_force))
         return false;
-    const StreamFormat format(serialisation_.Options());
+    const StreamFormat format(in_force);
     Reader reader(buffer, available_bytes);
 
     if (format.header) {
@@ -446,7 +428,7 @@ bool CSsInformationSet::Decode(const BYTE* buffer, DWORD& available_bytes, DWORD
     for (position_ = 0; position_ != elements_.size();) {
         const Element* const element = elements_.data() + position_;
         if (element->type_ == kNumberElement && !format.Tagged()) {
-            // A stretch of numbers goes as far as the stream does, found out once.
+            // A stretch of numbers goes as far as the stream does, which is checked once.
             const std::size_t present = std::min<std::size_t>(element->stretch_, reader.Left() / kNumberSize);
             const bool all_present = present == element->stretch_;
             const BYTE* const in = reader.At();

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A named, ordered list of settings that is exchanged with a driver as one stream of bytes.
 #pragma once
 
@@ -38,6 +39,12 @@ using RegisteredDefault = std::variant<std::monostate, std::unique_ptr<DWORD>, s
 // (First/Next, EncodedSize, Encode, Decode) must not overlap. A set cannot be copied, because its elements
 // point to the fields of one owner. Nothing throws; running out of memory is a failed operation.
 //
+//   DWORD rate = 9600;
+//   RegisteredDefault none;
+//   CSsInformationSet parameters;
+//   if (parameters.AddElement(TEXT("Baudrate"), &rate, kNumberElement, none) && parameters.IsComplete())
+//       decoded = parameters.Decode(bytes, size);  // rate has the driver's value now
+//
 // Options of a call: 0 stands for the set's own options; others apply to that call alone, and invalid ones
 // fail it before anything is read or written.
 class CSsInformationSet {
@@ -71,8 +78,8 @@ class CSsInformationSet {
 
     // Appends an element. `value` is the owner's field, a DWORD for kNumberElement and a StringHolder for
     // kStringElement; it must outlive the set's use. An element of any other type can be added but neither
-    // encoded nor decoded. On success the set takes `registered` over; on failure (no memory, no name, no
-    // field) the elements are unchanged and the caller keeps it. After want of memory the set is no longer
+    // encoded nor decoded. On success the set takes `registered` over; on failure (out of memory, no name, no
+    // field) the elements are unchanged and the caller keeps it. Out of memory, the set is no longer
     // complete.
     [[nodiscard]] bool AddElement(const WCHAR* name, void* value, DWORD type,
                                   RegisteredDefault& registered) noexcept;
@@ -85,9 +92,9 @@ class CSsInformationSet {
     [[nodiscard]] const Element* Last() const noexcept;
     [[nodiscard]] std::size_t Count() const noexcept { return elements_.size(); }
 
-    // False from the first element that could not be added for want of memory until Clear. The stream has no
-    // names, so a driver would take the values behind the gap for those of other settings: such a set must
-    // not travel.
+    // False from the first element that could not be added because memory ran out, until Clear. The stream
+    // has no names, so a driver would take the values behind the gap for those of other settings: such a set
+    // must not travel.
     [[nodiscard]] bool IsComplete() const noexcept { return complete_; }
 
     // The set's own format.
@@ -97,21 +104,19 @@ class CSsInformationSet {
     // and when the stream would not fit in 4 GiB.
     [[nodiscard]] DWORD EncodedSize(DWORD options = 0) noexcept;
 
-    // Writes the stream to `buffer` and lessens `free_bytes` by what it wrote. Allocates nothing. Fails, with
+    // Writes the stream to `buffer` and reduces `free_bytes` by what it wrote. Allocates nothing. Fails, with
     // the items before the failing one written, when an item does not fit, when an element is neither number
     // nor string, and for a string that the format cannot hold: more than 255 characters or one above 255 in
     // a narrow stream (the holder's status becomes -1), more than 32767 in a wide one.
     [[nodiscard]] bool Encode(BYTE* buffer, DWORD& free_bytes, DWORD options = 0) noexcept;
 
-    // Stores the stream's values into the fields and lessens `available_bytes` by the items it took. Bytes
+    // Stores the stream's values into the fields and reduces `available_bytes` by the items it took. Bytes
     // after the last item are left alone. On failure the fields before the failing element hold their new
-    // values and the others their old ones. The stream may come from a driver that answers nonsense: nothing
+    // values and the others their old ones. The stream may come from a driver that sends nonsense: nothing
     // outside `available_bytes` is read, and lengths that the format cannot hold fail.
     [[nodiscard]] bool Decode(const BYTE* buffer, DWORD& available_bytes, DWORD options = 0) noexcept;
 
   private:
-    class OptionOverride;
-
     // Contiguous rather than linked: the whole walk of a port's settings stays within a few cache lines and
     // does not wait for one pointer to find the next.
     std::vector<Element> elements_;

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "driver_access/parent_device.h"
 
 #include <cstdio>
@@ -18,7 +19,7 @@ bool CQxSetupDi_ParentDevice::FindParent() noexcept {
         return false;
 
     SP_DEVINFO_DATA device{};
-    device.cbSize = sizeof device;
+    device.cbSize = sizeof(device);
     for (DWORD index = 0; SetupDiEnumDeviceInfo(present_devices_.Get(), index, &device); ++index) {
         if (device.DevInst == parent) {
             parent_ = device;

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Finds the adapter that a port belongs to.
 #pragma once
 
@@ -21,7 +22,7 @@ class CQxSetupDi_ParentDevice {
     // The child, as it was handed in.
     [[nodiscard]] HDEVINFO ChildSet() const noexcept { return child_set_; }
     [[nodiscard]] const SP_DEVINFO_DATA& Child() const noexcept { return child_; }
-    // The parent and the set that it is an element of; meaningful after FindParent succeeded.
+    // The parent and the set that it is an element of. Requires: FindParent succeeded.
     [[nodiscard]] HDEVINFO ParentSet() const noexcept { return present_devices_.Get(); }
     [[nodiscard]] const SP_DEVINFO_DATA& Parent() const noexcept { return parent_; }
 

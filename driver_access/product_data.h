@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Data of the maker's products: replace these when the library is built for other drivers.
 #pragma once
 
@@ -5,7 +6,7 @@
 
 namespace qx {
 
-// The interface class under which the port driver publishes one control device a port.
+// The interface class under which the port driver publishes one control device per port.
 inline constexpr GUID kControlInterfaceClass = {
     0x6C1B7D42, 0x3E5A, 0x4F0B, {0x9A, 0x61, 0x2D, 0x8E, 0x57, 0xC4, 0xB9, 0x13}};
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "driver_access/serialisation.h"
 
 namespace qx {

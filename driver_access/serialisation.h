@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The format of a settings stream.
 #pragma once
 
@@ -9,7 +10,7 @@ namespace qx {
 inline constexpr DWORD SS_TERMINATED = 0x01;       // a zero character follows every string
 inline constexpr DWORD SS_LENGTH_PREFIXED = 0x02;  // every string's length, a 32-bit number, precedes it
 inline constexpr DWORD SS_WIDE = 0x04;             // strings of 16-bit units instead of single bytes
-inline constexpr DWORD SS_TAGGED = 0x08;           // one byte that tells the type precedes every item
+inline constexpr DWORD SS_TAGGED = 0x08;           // one byte for the type precedes every item
 inline constexpr DWORD SS_HEADER = 0x10;           // the stream begins with the check value
 
 // Options and check value of a stream. The options are valid at all times.
@@ -21,7 +22,7 @@ class CSsSerialisationBase {
     }
 
     [[nodiscard]] DWORD Options() const noexcept { return options_; }
-    // Invalid options change nothing and answer false.
+    // Returns false, and changes nothing, for invalid options.
     [[nodiscard]] bool SetOptions(DWORD options) noexcept;
     // What a stream with SS_HEADER begins with.
     [[nodiscard]] DWORD CheckValue() const noexcept { return check_value_; }

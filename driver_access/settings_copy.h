@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A copy of one of a port's parameter sets, as its driver holds it.
 #pragma once
 
@@ -10,7 +11,7 @@ namespace qx {
 // to be changed is worked out on a copy of the values, which becomes the driver's and this one's together or
 // not at all.
 //
-// The channel must outlive the copy, and be found (FindInterface) before the first exchange.
+// The channel must outlive the copy. Requires of every exchange: FindInterface succeeded.
 template <typename Set>
 class SettingsCopy {
   public:
@@ -35,9 +36,9 @@ class SettingsCopy {
 
     // Hands `wanted` to the driver.
     [[nodiscard]] bool Write(const Values& wanted) noexcept {
-        Set set;
-        static_cast<Values&>(set) = wanted;
-        if (!channel_.WriteSettings(set, Set::kSelector))
+        Set parameters;
+        static_cast<Values&>(parameters) = wanted;
+        if (!channel_.WriteSettings(parameters, Set::kSelector))
             return false;
         Adopt(wanted);
         return true;

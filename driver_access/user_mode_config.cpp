@@ -1,5 +1,7 @@
+// SPDX-License-Identifier: MIT
 #include "driver_access/user_mode_config.h"
 
+#include "base/attempt.h"
 #include "driver_access/product_data.h"
 
 #include <algorithm>
@@ -32,24 +34,21 @@ CQxUserModeConfig::CQxUserModeConfig(HDEVINFO device_set, const SP_DEVINFO_DATA&
     : CQxSetupDi_DeviceInterface(kControlInterfaceClass), port_record_(device_set, element) {}
 
 bool CQxUserModeConfig::FindInterface() noexcept {
-    Text pattern;
-    try {
+    return Attempt([&] {
         Text driver_key;
         if (!port_record_.GetDriverKey(driver_key))
             return false;
-        pattern = Text(kControlReferencePrefix) + ReplaceAll(driver_key, Text(TEXT("\\")), Text());
-    } catch (const std::bad_alloc&) {
-        return false;
-    }
-    return OpenInterfaceSet() && FindInterfacePath(pattern);
+        const Text pattern = Text(kControlReferencePrefix) + ReplaceAll(driver_key, Text(TEXT("\\")), Text());
+        return OpenInterfaceSet() && FindInterfacePath(pattern);
+    });
 }
 
-bool CQxUserModeConfig::ReadSettings(CSsInformationSet& set, DWORD selector) noexcept {
-    return Read(set, selector, IOCTL_GET_SETTINGS_SIZE, IOCTL_GET_SETTINGS);
+bool CQxUserModeConfig::ReadSettings(CSsInformationSet& parameters, DWORD selector) noexcept {
+    return Read(parameters, selector, IOCTL_GET_SETTINGS_SIZE, IOCTL_GET_SETTINGS);
 }
 
-bool CQxUserModeConfig::ReadDefaultSettings(CSsInformationSet& set, DWORD selector) noexcept {
-    return Read(set, selector, IOCTL_GET_DEFAULT_SETTINGS_SIZE, IOCTL_GET_DEFAULT_SETTINGS);
+bool CQxUserModeConfig::ReadDefaultSettings(CSsInformationSet& parameters, DWORD selector) noexcept {
+    return Read(parameters, selector, IOCTL_GET_DEFAULT_SETTINGS_SIZE, IOCTL_GET_DEFAULT_SETTINGS);
 }
 
 // Without sharing, so that two programs cannot mix their requests. The device is opened for overlapped
@@ -59,9 +58,9 @@ File CQxUserModeConfig::OpenControlDevice() const noexcept {
                             FILE_FLAG_OVERLAPPED, nullptr));
 }
 
-bool CQxUserModeConfig::Read(CSsInformationSet& set, DWORD selector, DWORD size_request,
+bool CQxUserModeConfig::Read(CSsInformationSet& parameters, DWORD selector, DWORD size_request,
                              DWORD stream_request) noexcept {
-    if (InterfacePath().empty() || !set.IsComplete())
+    if (InterfacePath().empty() || !parameters.IsComplete())
         return false;
     const File device = OpenControlDevice();
     if (!device)
@@ -71,10 +70,10 @@ bool CQxUserModeConfig::Read(CSsInformationSet& set, DWORD selector, DWORD size_
     DWORD size = 0;
     DWORD returned = 0;
     if (!DeviceIoControl(device.Get(), size_request, header.data(), static_cast<DWORD>(header.size()), &size,
-                         sizeof size, &returned, nullptr))
+                         sizeof(size), &returned, nullptr))
         return false;
 
-    // The driver names the size, up to 4 GiB: having no memory for it is one more way for it to be wrong.
+    // The driver chooses the size (up to 4 GiB), so treat a failed allocation like any other bad answer.
     const std::unique_ptr<BYTE[]> stream(new (std::nothrow) BYTE[size]);
     if (!stream)
         return false;
@@ -84,18 +83,18 @@ bool CQxUserModeConfig::Read(CSsInformationSet& set, DWORD selector, DWORD size_
         return false;
     // No driver can fill more than the buffer, whatever it says.
     DWORD available = std::min(returned, size);
-    return set.Decode(stream.get(), available);
+    return parameters.Decode(stream.get(), available);
 }
 
-bool CQxUserModeConfig::WriteSettings(CSsInformationSet& set, DWORD selector) noexcept {
-    if (InterfacePath().empty() || !set.IsComplete())
+bool CQxUserModeConfig::WriteSettings(CSsInformationSet& parameters, DWORD selector) noexcept {
+    if (InterfacePath().empty() || !parameters.IsComplete())
         return false;
     const File device = OpenControlDevice();
     if (!device)
         return false;
 
     const RequestHeader header = HeaderOf(selector);
-    const DWORD stream_size = set.EncodedSize();
+    const DWORD stream_size = parameters.EncodedSize();
     if (stream_size > std::numeric_limits<DWORD>::max() - header.size())
         return false;
     const auto request_size = static_cast<DWORD>(header.size() + stream_size);
@@ -104,7 +103,7 @@ bool CQxUserModeConfig::WriteSettings(CSsInformationSet& set, DWORD selector) no
         return false;
     BYTE* const stream = std::copy(header.begin(), header.end(), request.get());
     DWORD free_bytes = stream_size;
-    if (!set.Encode(stream, free_bytes))
+    if (!parameters.Encode(stream, free_bytes))
         return false;
 
     DWORD returned = 0;

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "driver_access/vcp_parameters.h"
 
 #include <new>
@@ -17,12 +18,12 @@ constexpr PortElement kPortElements[] = {
     {TEXT("PortType"), &CQxUVcpUserModeInterface::PortType, 255},
     {TEXT("MaxBaudRate"), &CQxUVcpUserModeInterface::MaxBaudRate, 1000000},
     {TEXT("MinBaudRate"), &CQxUVcpUserModeInterface::MinBaudRate, 75},
-    {TEXT("DuplexMode"), &CQxUVcpUserModeInterface::DuplexMode, 0},
+    {TEXT("DuplexMode"), &CQxUVcpUserModeInterface::DuplexMode, kDuplexNotSet},
     {TEXT("Baudrate"), &CQxUVcpUserModeInterface::Baudrate, 9600},
-    {TEXT("Databits"), &CQxUVcpUserModeInterface::Databits, 3},
-    {TEXT("Parity"), &CQxUVcpUserModeInterface::Parity, 0},
-    {TEXT("Stopbits"), &CQxUVcpUserModeInterface::Stopbits, 0},
-    {TEXT("FlowControl"), &CQxUVcpUserModeInterface::FlowControl, 0},
+    {TEXT("Databits"), &CQxUVcpUserModeInterface::Databits, kEightDataBits},
+    {TEXT("Parity"), &CQxUVcpUserModeInterface::Parity, kNoParity},
+    {TEXT("Stopbits"), &CQxUVcpUserModeInterface::Stopbits, kOneStopBit},
+    {TEXT("FlowControl"), &CQxUVcpUserModeInterface::FlowControl, kNoFlowControl},
     {TEXT("LogLevel"), &CQxUVcpUserModeInterface::LogLevel, 0},
     {TEXT("ReceiveTriggerLevel"), &CQxUVcpUserModeInterface::ReceiveTriggerLevel, 75},
     {TEXT("TransmitTriggerLevel"), &CQxUVcpUserModeInterface::TransmitTriggerLevel, 10},
@@ -53,7 +54,7 @@ constexpr PortElement kPortElements[] = {
 
 CQxUVcpUserModeInterface::CQxUVcpUserModeInterface() noexcept {
     for (const PortElement& element : kPortElements) {
-        // Freed with the loop's turn when the element cannot be registered.
+        // If AddElement fails, `registered` keeps the default and frees it at the end of this iteration.
         RegisteredDefault registered(std::unique_ptr<DWORD>(new (std::nothrow) DWORD(element.registered)));
         static_cast<void>(AddElement(element.name, &(this->*element.field), kNumberElement, registered));
     }

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "install/card_coinstaller.h"
 
 #include "install/coinstaller.h"
@@ -8,12 +9,12 @@ namespace qx {
 
 namespace {
 
-void BeforeInstall(HDEVINFO set, SP_DEVINFO_DATA& adapter) {
-    SavePortBackups(set, adapter);
+void BeforeInstall(HDEVINFO device_set, SP_DEVINFO_DATA& adapter) {
+    SavePortBackups(device_set, adapter);
 }
 
-void BeforeRemove(HDEVINFO set, SP_DEVINFO_DATA& adapter) {
-    RunUninstallProgram(set, adapter, false);
+void BeforeRemove(HDEVINFO device_set, SP_DEVINFO_DATA& adapter) {
+    RunUninstallProgram(device_set, adapter, false);
 }
 
 constexpr CoinstallerActions kCardActions{&BeforeInstall, nullptr, &BeforeRemove};
@@ -22,7 +23,7 @@ constexpr CoinstallerActions kCardActions{&BeforeInstall, nullptr, &BeforeRemove
 
 }  // namespace qx
 
-DWORD CALLBACK QxUCoInstallCard(DI_FUNCTION request, HDEVINFO set, PSP_DEVINFO_DATA device,
+DWORD CALLBACK QxUCoInstallCard(DI_FUNCTION request, HDEVINFO device_set, PSP_DEVINFO_DATA device,
                                 PCOINSTALLER_CONTEXT_DATA context) noexcept {
-    return qx::AnswerInstaller(qx::kCardActions, request, set, device, context);
+    return qx::AnswerInstaller(qx::kCardActions, request, device_set, device, context);
 }

@@ -1,9 +1,10 @@
+// SPDX-License-Identifier: MIT
 #include "install/child_port_order.h"
 
 #include "base/handles.h"
-#include "device_records/com_port_util.h"
 #include "device_records/port_database.h"
 #include "device_records/registry_layout.h"
+#include "install/com_name.h"
 #include "install/device_helpers.h"
 #include "install/multi_device_products.h"
 
@@ -152,7 +153,7 @@ class RealPorts : public NumberedPorts {
     // Renames without a question about programs that hold the port open, and without looking at the result: a
     // port that cannot be renamed keeps its name, and the others still get theirs.
     void Rename(std::size_t port, const Text& name) override {
-        static_cast<void>(CCOMPortUtil(devices_, ports_[port]).RenameComPort(name, nullptr, false, false));
+        static_cast<void>(CCOMPortUtil(devices_, ports_[port]).RenameComPort(name));
     }
 
   private:
@@ -221,7 +222,7 @@ bool HandOut(NumberedPorts& ports, std::span<const DWORD> numbers) {
             continue;
         }
         // A number of one of the ports can look free, for example when a power failure took its claim;
-        // stepping aside to it would make two ports of one name.
+        // stepping aside to it would give two ports one name.
         const std::optional<DWORD> aside = ports.NumberAside(numbers);
         // Without a number to step aside to, a swap would leave one of the two without a claim. The names
         // stay as they are, all of them valid, and the adapter unmarked: the installation of its next port
@@ -276,7 +277,7 @@ bool MarkAsOrdered(HDEVINFO devices, const AdapterPorts& adapter) {
     return WriteDeviceDword(devices, adapter.marked, kSortedMark, 1);
 }
 
-bool OrderChildPortNames(HDEVINFO /*set*/, const SP_DEVINFO_DATA& port) {
+bool OrderChildPortNames(HDEVINFO /*device_set*/, const SP_DEVINFO_DATA& port) {
     const std::optional<InstanceId> adapter_id = AdapterOfPort(port.DevInst);
     if (!adapter_id)
         return false;

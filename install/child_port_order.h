@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The order of COM numbers on one adapter.
 #pragma once
 
@@ -22,7 +23,7 @@ struct AdapterPorts {
     SP_DEVINFO_DATA marked{};
 };
 
-// The instance id of the adapter whose ports are ordered together with `port`; none when it cannot be had.
+// The instance id of the adapter whose ports are ordered together with `port`; none when it cannot be read.
 [[nodiscard]] std::optional<InstanceId> AdapterOfPort(DEVINST port);
 
 // Walks the adapter's ports. The devices on the way are added to `devices`. None when it is not the time to
@@ -37,7 +38,7 @@ struct OrderStep {
     Text from;
     Text to;
 };
-// What handing the numbers out again comes to, before it changes anything.
+// The renames that put the ports in order, before anything is changed.
 struct OrderPlan {
     std::vector<OrderStep> steps;
     // False when a swap finds no number to step aside to, and the steps end there.
@@ -49,16 +50,16 @@ struct OrderPlan {
 // Marks the adapter, so that no later installation orders its ports again. True when it was written.
 bool MarkAsOrdered(HDEVINFO devices, const AdapterPorts& adapter);
 
-// Hands the COM numbers that the ports of one adapter hold out again, ascending in the order in which the
-// device tree lists the ports, so that the lowest number is at the first socket. `port` is any port of the
-// adapter, an element of `set`; for a product of several USB devices the adapter is what all of them hang
-// from.
+// Reassigns the COM numbers that an adapter's ports already hold, in ascending device-tree order, so that the
+// first socket gets the lowest. `port` is any port of the adapter; for a product of several USB devices the
+// adapter is the device above all of them. The set that `port` belongs to is not looked at: it holds this one
+// port, and the walk needs a set of its own for the others.
 //
 // Does so once: it waits until every device of the adapter runs, and then marks the adapter's last device
 // with "ChildPortNameSorted" and, when the numbers were out of order, restarts that device. From then on the
 // user's own changes stay.
 //
 // False when the adapter cannot be found in the device tree; true otherwise, also when it is not time yet.
-bool OrderChildPortNames(HDEVINFO set, const SP_DEVINFO_DATA& port);
+bool OrderChildPortNames(HDEVINFO device_set, const SP_DEVINFO_DATA& port);
 
 }  // namespace qx

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "install/coinstaller.h"
 
 #include "base/attempt.h"
@@ -5,14 +6,14 @@
 
 namespace qx {
 
-DWORD AnswerInstaller(const CoinstallerActions& actions, DI_FUNCTION request, HDEVINFO set,
+DWORD AnswerInstaller(const CoinstallerActions& actions, DI_FUNCTION request, HDEVINFO device_set,
                       PSP_DEVINFO_DATA device, PCOINSTALLER_CONTEXT_DATA context) noexcept {
     DWORD answer = NO_ERROR;
-    // An action that fails has nobody to tell: the request is answered as if it had ended there. Requests
+    // An action that fails has nobody to tell, so the result is the same as if it had ended there. Requests
     // that pass through may come without a device or a context.
     const auto act = [&](auto action) {
-        if (action != nullptr)
-            Attempt([&] { action(set, *device); });
+        if (action)
+            Attempt([&] { action(device_set, *device); });
     };
     switch (request) {
         case DIF_INSTALLDEVICE:
@@ -21,8 +22,8 @@ DWORD AnswerInstaller(const CoinstallerActions& actions, DI_FUNCTION request, HD
                 return ERROR_DI_POSTPROCESSING_REQUIRED;
             }
             answer = context->InstallResult;
-            if (actions.after_install != nullptr)
-                Attempt([&] { actions.after_install(set, *device, answer); });
+            if (actions.after_install)
+                Attempt([&] { actions.after_install(device_set, *device, answer); });
             break;
         // Nobody asks to be called back for the others.
         case DIF_REMOVE:
@@ -31,7 +32,7 @@ DWORD AnswerInstaller(const CoinstallerActions& actions, DI_FUNCTION request, HD
             break;
         case DIF_UPDATEDRIVER_UI:
             if (!context->PostProcessing)
-                Attempt([&] { answer = AnswerDriverUpdate(set, *device); });
+                Attempt([&] { answer = AnswerDriverUpdate(device_set, *device); });
             break;
         default:
             break;

@@ -1,4 +1,5 @@
-// What the three co-installers have in common: which requests they act on, and what they answer.
+// SPDX-License-Identifier: MIT
+// What the three co-installers have in common: which requests they act on, and what they return.
 #pragma once
 
 #include <windows.h>
@@ -11,19 +12,20 @@ namespace qx {
 // then stays undone, and the device installer does not hear of it.
 struct CoinstallerActions {
     // Before the platform installs the device's driver.
-    void (*before_install)(HDEVINFO set, SP_DEVINFO_DATA& device) = nullptr;
+    void (*before_install)(HDEVINFO device_set, SP_DEVINFO_DATA& device) = nullptr;
     // After it did, with its error code, NO_ERROR for success.
-    void (*after_install)(HDEVINFO set, SP_DEVINFO_DATA& device, DWORD install_result) = nullptr;
+    void (*after_install)(HDEVINFO device_set, SP_DEVINFO_DATA& device, DWORD install_result) = nullptr;
     // Before it removes the device.
-    void (*before_remove)(HDEVINFO set, SP_DEVINFO_DATA& device) = nullptr;
+    void (*before_remove)(HDEVINFO device_set, SP_DEVINFO_DATA& device) = nullptr;
 };
 
 // Answers one call of the device installer.
 //
-// Installing: the first call asks to be called back, which gives back the platform's own result bit for bit.
-// An installation that succeeded thus never fails on account of a COM name. Removing: NO_ERROR. Updating the
-// driver: see AnswerDriverUpdate. Every other request: NO_ERROR, and nothing is done.
-[[nodiscard]] DWORD AnswerInstaller(const CoinstallerActions& actions, DI_FUNCTION request, HDEVINFO set,
-                                    PSP_DEVINFO_DATA device, PCOINSTALLER_CONTEXT_DATA context) noexcept;
+// Installing: the first call asks to be called back, and the second returns the platform's own result bit for
+// bit, so that an installation that succeeded never fails because of a COM name. Removing: NO_ERROR. Updating
+// the driver: see AnswerDriverUpdate. Every other request: NO_ERROR, and nothing is done.
+[[nodiscard]] DWORD AnswerInstaller(const CoinstallerActions& actions, DI_FUNCTION request,
+                                    HDEVINFO device_set, PSP_DEVINFO_DATA device,
+                                    PCOINSTALLER_CONTEXT_DATA context) noexcept;
 
 }  // namespace qx

@@ -1,19 +1,15 @@
+// SPDX-License-Identifier: MIT
 #include "install/device_helpers.h"
 
-#include "base/handles.h"
+#include "base/registry.h"
 
 namespace qx {
 
 namespace {
 
-HardwareKey OpenHardwareKey(HDEVINFO set, const SP_DEVINFO_DATA& device, REGSAM access) {
-    SP_DEVINFO_DATA element = device;
-    return HardwareKey(SetupDiOpenDevRegKey(set, &element, DICS_FLAG_GLOBAL, 0, DIREG_DEV, access));
-}
-
 // Hands the class installer the request to bring the device to `state` for every hardware profile or, where
 // that is refused, for the current one.
-bool RequestState(HDEVINFO set, SP_DEVINFO_DATA& device, DWORD state) {
+bool RequestState(HDEVINFO device_set, SP_DEVINFO_DATA& device, DWORD state) {
     for (const DWORD scope : {DWORD{DICS_FLAG_GLOBAL}, DWORD{DICS_FLAG_CONFIGSPECIFIC}}) {
         SP_PROPCHANGE_PARAMS request{};
         request.ClassInstallHeader.cbSize = sizeof(request.ClassInstallHeader);
@@ -21,22 +17,22 @@ bool RequestState(HDEVINFO set, SP_DEVINFO_DATA& device, DWORD state) {
         request.StateChange = state;
         request.Scope = scope;
         request.HwProfile = 0;
-        if (SetupDiSetClassInstallParamsW(set, &device, &request.ClassInstallHeader, sizeof(request)))
+        if (SetupDiSetClassInstallParamsW(device_set, &device, &request.ClassInstallHeader, sizeof(request)))
             return true;
     }
     return false;
 }
 
-void ChangeState(HDEVINFO set, SP_DEVINFO_DATA& device, DWORD state) {
+void ChangeState(HDEVINFO device_set, SP_DEVINFO_DATA& device, DWORD state) {
     SP_DEVINSTALL_PARAMS_W parameters{};
     parameters.cbSize = sizeof(parameters);
-    if (!SetupDiGetDeviceInstallParamsW(set, &device, &parameters))
+    if (!SetupDiGetDeviceInstallParamsW(device_set, &device, &parameters))
         return;
     parameters.Flags |= DI_PROPERTIES_CHANGE;
-    if (!SetupDiSetDeviceInstallParamsW(set, &device, &parameters))
+    if (!SetupDiSetDeviceInstallParamsW(device_set, &device, &parameters))
         return;
-    if (RequestState(set, device, state))
-        static_cast<void>(SetupDiCallClassInstaller(DIF_PROPERTYCHANGE, set, &device));
+    if (RequestState(device_set, device, state))
+        static_cast<void>(SetupDiCallClassInstaller(DIF_PROPERTYCHANGE, device_set, &device));
 }
 
 // One step through the device tree with `step`, a CM_Get_... function.
@@ -50,12 +46,13 @@ std::optional<DEVINST> Neighbour(Step step, DEVINST device) {
 
 }  // namespace
 
-bool ReadDeviceString(HDEVINFO set, const SP_DEVINFO_DATA& device, const WCHAR* name, DeviceString& value) {
-    return CQXDeviceRegInfo(set, device).GetDeviceString(name, value);
+bool ReadDeviceString(HDEVINFO device_set, const SP_DEVINFO_DATA& device, const WCHAR* name,
+                      DeviceString& value) {
+    return CQXDeviceRegInfo(device_set, device).GetDeviceString(name, value);
 }
 
-bool ReadDeviceDword(HDEVINFO set, const SP_DEVINFO_DATA& device, const WCHAR* name, DWORD& value) {
-    const HardwareKey key = OpenHardwareKey(set, device, GENERIC_READ);
+bool ReadDeviceDword(HDEVINFO device_set, const SP_DEVINFO_DATA& device, const WCHAR* name, DWORD& value) {
+    const HardwareKey key = OpenHardwareKey(device_set, device, GENERIC_READ);
     if (!key)
         return false;
     DWORD number = 0;
@@ -67,28 +64,27 @@ bool ReadDeviceDword(HDEVINFO set, const SP_DEVINFO_DATA& device, const WCHAR* n
     return true;
 }
 
-bool WriteDeviceDword(HDEVINFO set, const SP_DEVINFO_DATA& device, const WCHAR* name, DWORD value) {
-    const HardwareKey key = OpenHardwareKey(set, device, GENERIC_WRITE);
-    return key && RegSetValueExW(key.Get(), name, 0, REG_DWORD, reinterpret_cast<const BYTE*>(&value),
-                                 sizeof(value)) == ERROR_SUCCESS;
+bool WriteDeviceDword(HDEVINFO device_set, const SP_DEVINFO_DATA& device, const WCHAR* name, DWORD value) {
+    const HardwareKey key = OpenHardwareKey(device_set, device, GENERIC_WRITE);
+    return key && WriteNumber(key.Get(), name, value);
 }
 
-bool DisableDevice(HDEVINFO set, SP_DEVINFO_DATA& device) {
-    ChangeState(set, device, DICS_DISABLE);
+bool DisableDevice(HDEVINFO device_set, SP_DEVINFO_DATA& device) {
+    ChangeState(device_set, device, DICS_DISABLE);
     return true;
 }
 
-bool EnableDevice(HDEVINFO set, SP_DEVINFO_DATA& device) {
-    ChangeState(set, device, DICS_ENABLE);
+bool EnableDevice(HDEVINFO device_set, SP_DEVINFO_DATA& device) {
+    ChangeState(device_set, device, DICS_ENABLE);
     return true;
 }
 
-bool MarkPropertyChangePending(HDEVINFO set, SP_DEVINFO_DATA& device) {
+bool MarkPropertyChangePending(HDEVINFO device_set, SP_DEVINFO_DATA& device) {
     SP_DEVINSTALL_PARAMS_W parameters{};
     parameters.cbSize = sizeof(parameters);
-    if (SetupDiGetDeviceInstallParamsW(set, &device, &parameters)) {
+    if (SetupDiGetDeviceInstallParamsW(device_set, &device, &parameters)) {
         parameters.FlagsEx |= DI_FLAGSEX_PROPCHANGE_PENDING;
-        static_cast<void>(SetupDiSetDeviceInstallParamsW(set, &device, &parameters));
+        static_cast<void>(SetupDiSetDeviceInstallParamsW(device_set, &device, &parameters));
     }
     return true;
 }
@@ -127,10 +123,10 @@ bool IsStarted(DEVINST device) {
     return CM_Get_DevNode_Status(&status, &problem, device, 0) == CR_SUCCESS && (status & DN_STARTED) != 0;
 }
 
-std::optional<SP_DEVINFO_DATA> OpenDeviceIn(HDEVINFO set, const WCHAR* instance_id) {
+std::optional<SP_DEVINFO_DATA> OpenDeviceIn(HDEVINFO device_set, const WCHAR* instance_id) {
     SP_DEVINFO_DATA device{};
     device.cbSize = sizeof(device);
-    if (!SetupDiOpenDeviceInfoW(set, instance_id, nullptr, 0, &device))
+    if (!SetupDiOpenDeviceInfoW(device_set, instance_id, nullptr, 0, &device))
         return std::nullopt;
     return device;
 }

@@ -1,6 +1,8 @@
+// SPDX-License-Identifier: MIT
 #include "install/dos_device_names.h"
 
-#include "base/handles.h"
+#include "base/registry.h"
+#include "device_records/registry_layout.h"
 
 namespace qx {
 
@@ -33,13 +35,8 @@ bool MoveDosDeviceName(const WCHAR* old_name, const Text& new_name) {
         static_cast<void>(DefineDosName(old_name, *target));
         return false;
     }
-    RegistryKey map;
-    if (RegOpenKeyExW(HKEY_LOCAL_MACHINE, TEXT("Hardware\\DeviceMap\\SERIALCOMM"), 0, KEY_ALL_ACCESS,
-                      map.Put()) != ERROR_SUCCESS)
-        return false;
-    return RegSetValueExW(map.Get(), target->c_str(), 0, REG_SZ,
-                          reinterpret_cast<const BYTE*>(new_name.c_str()),
-                          new_name.SizeInBytes()) == ERROR_SUCCESS;
+    const RegistryKey map = OpenKey(HKEY_LOCAL_MACHINE, kSerialCommKey, KEY_ALL_ACCESS);
+    return map && WriteText(map.Get(), target->c_str(), new_name.c_str());
 }
 
 }  // namespace qx

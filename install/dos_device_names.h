@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The DOS device names of ports: what makes "COM5" open the port's kernel device.
 #pragma once
 
@@ -11,7 +12,7 @@ namespace qx {
 using KernelPath = FixedText<256>;
 
 // The kernel device path that a DOS name points at; none when no device has the name. Paths of up to 255
-// characters can be had, which is more than a port driver's names take.
+// characters fit, more than port drivers use.
 [[nodiscard]] std::optional<KernelPath> TargetOfDosName(const WCHAR* name);
 
 // Takes the name away from that target, and from no other: of several definitions stacked on one name,

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "install/driver_update_refusal.h"
 
 #include "base/attempt.h"
@@ -9,11 +10,11 @@
 
 namespace qx {
 
-DWORD AnswerDriverUpdate(HDEVINFO set, const SP_DEVINFO_DATA& device) {
+DWORD AnswerDriverUpdate(HDEVINFO device_set, const SP_DEVINFO_DATA& device) {
     DeviceString no_upgrade;
-    if (!ReadDeviceString(set, device, kNoUpgrade, no_upgrade) || ParseDecimal(no_upgrade.view()) != 1)
+    if (!ReadDeviceString(device_set, device, kNoUpgrade, no_upgrade) || ParseDecimal(no_upgrade.view()) != 1)
         return NO_ERROR;
-    // Without memory for its message the refusal still holds.
+    // Out of memory for its message, it still refuses.
     Attempt([] {
         static_cast<void>(
             MessageBoxW(nullptr, LoadText(IDS_UPDATE_PARENT_DRIVER).c_str(), kMakerCaption, MB_ICONHAND));

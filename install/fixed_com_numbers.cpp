@@ -1,10 +1,11 @@
+// SPDX-License-Identifier: MIT
 #include "install/fixed_com_numbers.h"
 
 #include "base/attempt.h"
-#include "base/handles.h"
-#include "device_records/com_port_util.h"
+#include "base/registry.h"
 #include "device_records/port_database.h"
 #include "device_records/registry_layout.h"
+#include "install/com_name.h"
 #include "install/device_helpers.h"
 #include "install/product_data.h"
 
@@ -54,11 +55,11 @@ bool IsFixedNumberProduct(TextView port_hardware_id) {
     return FindProduct(port_hardware_id) != nullptr;
 }
 
-bool ApplyFixedComNumber(HDEVINFO set, SP_DEVINFO_DATA& port) {
+bool ApplyFixedComNumber(HDEVINFO device_set, SP_DEVINFO_DATA& port) {
     // Nothing is written through this key. It tells whether this installation may write to the port's
     // settings at all: without that right, other devices must not lose their names to a port that cannot take
     // them.
-    const HardwareKey key(SetupDiOpenDevRegKey(set, &port, DICS_FLAG_GLOBAL, 0, DIREG_DEV, GENERIC_WRITE));
+    const HardwareKey key = OpenHardwareKey(device_set, port, GENERIC_WRITE);
     if (!key)
         return false;
     const std::optional<DEVINST> parent_node = ParentOf(port.DevInst);
@@ -75,34 +76,33 @@ bool ApplyFixedComNumber(HDEVINFO set, SP_DEVINFO_DATA& port) {
         return false;
 
     DeviceString name;
-    if (!ReadDeviceString(set, port, kPortName, name))
+    if (!ReadDeviceString(device_set, port, kPortName, name))
         return false;
     const FixedComNumber* const product = FindProduct(hardware_id);
-    if (product == nullptr)
+    if (!product)
         return false;
     const auto number = static_cast<DWORD>(ComNumberOf(name));
     if (number == product->com_number)
         return true;
-    const bool forced = ForceComNumber(set, port, product->com_number, number);
-    if (forced) {
-        DisableDevice(parent_set.Get(), *parent);
-        EnableDevice(parent_set.Get(), *parent);
-    }
-    return forced;
+    ForceComNumber(device_set, port, product->com_number, number);
+    DisableDevice(parent_set.Get(), *parent);
+    EnableDevice(parent_set.Get(), *parent);
+    return true;
 }
 
-bool ForceComNumber(HDEVINFO set, const SP_DEVINFO_DATA& port, DWORD number, DWORD present_number) noexcept {
+bool ForceComNumber(HDEVINFO device_set, const SP_DEVINFO_DATA& port, DWORD number,
+                    DWORD present_number) noexcept {
     Attempt([&] {
-        CCOMPortUtil port_util(set, port);
+        CCOMPortUtil port_util(device_set, port);
         const Text name = ComNameOf(number);
         PortDatabaseSession session(port_util);
         const bool free = port_util.IsPortFree(number);
         session.Close();
-        // A number that nobody can be found for is taken from whoever claimed it; the rename does not ask for
+        // A number whose holder cannot be found is taken from whoever claimed it; the rename does not ask for
         // these ports.
         if (!free)
             static_cast<void>(MoveNameHolderAside(name, kFirstNumberAside, present_number));
-        static_cast<void>(port_util.RenameComPort(name, nullptr, false, false));
+        static_cast<void>(port_util.RenameComPort(name));
     });
     return true;
 }
@@ -126,7 +126,7 @@ bool MoveNameHolderAside(const Text& name, DWORD start, DWORD except) {
         // break two devices where one loses its number.
         if (!number)
             return false;
-        static_cast<void>(holder.RenameComPort(ComNameOf(*number), nullptr, false, false));
+        static_cast<void>(holder.RenameComPort(ComNameOf(*number)));
         return true;
     }
     return false;

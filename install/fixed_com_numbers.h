@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Products whose ports carry fixed COM numbers, whatever else is installed on the machine.
 #pragma once
 
@@ -20,11 +21,12 @@ namespace qx {
 // Gives a port of a fixed-number product its number and restarts the port's parent, so that the port starts
 // under it. Who holds the number must make room. True when the port is of such a product and carries, or was
 // to be given, its number; false leaves the port to the ordering of its adapter's ports.
-[[nodiscard]] bool ApplyFixedComNumber(HDEVINFO set, SP_DEVINFO_DATA& port);
+[[nodiscard]] bool ApplyFixedComNumber(HDEVINFO device_set, SP_DEVINFO_DATA& port);
 
 // Gives the port this number, moving its present holder aside first. Always true: when something fails on the
 // way, memory included, the port's product still is one with a fixed number.
-bool ForceComNumber(HDEVINFO set, const SP_DEVINFO_DATA& port, DWORD number, DWORD present_number) noexcept;
+bool ForceComNumber(HDEVINFO device_set, const SP_DEVINFO_DATA& port, DWORD number,
+                    DWORD present_number) noexcept;
 
 // Renames the first device, present or not, that has the COM name `name` to the first free number from
 // `start` to 254. `except` is the number of the port that it makes room for, which can look free when its

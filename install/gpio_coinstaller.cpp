@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "install/gpio_coinstaller.h"
 
 #include "base/handles.h"
@@ -18,9 +19,9 @@ namespace {
 
 // Where the device is, in the words that the device manager shows; none when it says nothing or more than
 // fits.
-std::optional<Text> LocationOf(HDEVINFO set, SP_DEVINFO_DATA& device) {
+std::optional<Text> LocationOf(HDEVINFO device_set, SP_DEVINFO_DATA& device) {
     std::array<WCHAR, 50> location{};
-    if (!SetupDiGetDeviceRegistryPropertyW(set, &device, SPDRP_LOCATION_INFORMATION, nullptr,
+    if (!SetupDiGetDeviceRegistryPropertyW(device_set, &device, SPDRP_LOCATION_INFORMATION, nullptr,
                                            reinterpret_cast<BYTE*>(location.data()), sizeof(location),
                                            nullptr))
         return std::nullopt;
@@ -44,20 +45,20 @@ std::optional<Text> CompanionLocation(const Text& location, WCHAR match, WCHAR c
 // Removing the companion may bring the device installer back here, for the companion or for another GPIO
 // function of the same adapter. The mutex exists for as long as one removal is under way, in any process, and
 // says to leave it at that; nobody ever waits for it.
-void BeforeRemove(HDEVINFO set, SP_DEVINFO_DATA& gpio) {
+void BeforeRemove(HDEVINFO device_set, SP_DEVINFO_DATA& gpio) {
     const KernelObject mutex(CreateMutexW(nullptr, FALSE, kGpioRemovalMutex));
     const DWORD error = GetLastError();
     if (mutex && (error == ERROR_ALREADY_EXISTS || error == ERROR_ACCESS_DENIED))
         return;
-    static_cast<void>(RemoveCompanionFunction(set, gpio, '0', '1'));
+    static_cast<void>(RemoveCompanionFunction(device_set, gpio, '0', '1'));
 }
 
 constexpr CoinstallerActions kGpioActions{nullptr, nullptr, &BeforeRemove};
 
 }  // namespace
 
-bool RemoveCompanionFunction(HDEVINFO set, SP_DEVINFO_DATA& gpio, WCHAR match, WCHAR companion) {
-    const std::optional<Text> location = LocationOf(set, gpio);
+bool RemoveCompanionFunction(HDEVINFO device_set, SP_DEVINFO_DATA& gpio, WCHAR match, WCHAR companion) {
+    const std::optional<Text> location = LocationOf(device_set, gpio);
     const std::optional<Text> target =
         location ? CompanionLocation(*location, match, companion) : std::nullopt;
     if (!target)
@@ -83,7 +84,7 @@ bool RemoveCompanionFunction(HDEVINFO set, SP_DEVINFO_DATA& gpio, WCHAR match, W
 
 }  // namespace qx
 
-DWORD CALLBACK QxUCoInstallGpio(DI_FUNCTION request, HDEVINFO set, PSP_DEVINFO_DATA device,
+DWORD CALLBACK QxUCoInstallGpio(DI_FUNCTION request, HDEVINFO device_set, PSP_DEVINFO_DATA device,
                                 PCOINSTALLER_CONTEXT_DATA context) noexcept {
-    return qx::AnswerInstaller(qx::kGpioActions, request, set, device, context);
+    return qx::AnswerInstaller(qx::kGpioActions, request, device_set, device, context);
 }

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "install/multi_device_products.h"
 
 #include "install/product_data.h"

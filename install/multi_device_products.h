@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Products that are built of several USB devices.
 #pragma once
 

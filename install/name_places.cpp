@@ -1,6 +1,7 @@
+// SPDX-License-Identifier: MIT
 #include "install/name_places.h"
 
-#include "base/handles.h"
+#include "base/registry.h"
 #include "device_records/device_reg_info.h"
 #include "device_records/port_database.h"
 #include "device_records/registry_layout.h"
@@ -64,8 +65,7 @@ std::optional<NamedDevices> ReadDosNames() {
 
 std::optional<NamedDevices> ReadSerialComm() {
     RegistryKey map;
-    const LSTATUS opened =
-        RegOpenKeyExW(HKEY_LOCAL_MACHINE, TEXT("Hardware\\DeviceMap\\SERIALCOMM"), 0, KEY_READ, map.Put());
+    const LSTATUS opened = RegOpenKeyExW(HKEY_LOCAL_MACHINE, kSerialCommKey, 0, KEY_READ, map.Put());
     if (opened == ERROR_FILE_NOT_FOUND)
         return NamedDevices{};  // a computer on which no port has started yet
     if (opened != ERROR_SUCCESS)
@@ -86,9 +86,8 @@ std::optional<NamedDevices> ReadSerialComm() {
     }
 }
 
-void ReadPortName(HDEVINFO set, const SP_DEVINFO_DATA& port, NamePlaces& places) {
-    SP_DEVINFO_DATA element = port;
-    const HardwareKey key(SetupDiOpenDevRegKey(set, &element, DICS_FLAG_GLOBAL, 0, DIREG_DEV, KEY_READ));
+void ReadPortName(HDEVINFO device_set, const SP_DEVINFO_DATA& port, NamePlaces& places) {
+    const HardwareKey key = OpenHardwareKey(device_set, port, KEY_READ);
     if (!key) {
         const DWORD error = GetLastError();
         places.port_name_known = error == ERROR_KEY_DOES_NOT_EXIST || error == ERROR_FILE_NOT_FOUND ||
@@ -102,7 +101,7 @@ void ReadPortName(HDEVINFO set, const SP_DEVINFO_DATA& port, NamePlaces& places)
                                 &size);
     };
     LSTATUS result = read();
-    // Nothing is believed only when it was found twice: a number would pass for free.
+    // A missing name is believed only when it was missed twice: otherwise its number would pass for free.
     if (result == ERROR_FILE_NOT_FOUND)
         result = read();
     if (result == ERROR_SUCCESS)
@@ -131,7 +130,7 @@ Text KernelDeviceOf(const CQXDeviceRegInfo& record, const Text& port_name, const
                     const NamedDevices& serial_comm) {
     Text physical;
     if (record.GetPropertyString(SPDRP_PHYSICAL_DEVICE_OBJECT_NAME, physical) &&
-        (FindDevice(dos_names, physical) != nullptr || FindDevice(serial_comm, physical) != nullptr))
+        (FindDevice(dos_names, physical) || FindDevice(serial_comm, physical)))
         return physical;
     if (port_name.empty())
         return {};
@@ -151,13 +150,13 @@ SharedNamePlaces ReadSharedNamePlaces() {
     return {ReadClaims(), ReadDosNames(), ReadSerialComm()};
 }
 
-NamePlaces ReadNamePlaces(HDEVINFO set, const SP_DEVINFO_DATA& port, const SharedNamePlaces& shared) {
+NamePlaces ReadNamePlaces(HDEVINFO device_set, const SP_DEVINFO_DATA& port, const SharedNamePlaces& shared) {
     static const NamedDevices none;
     const NamedDevices& dos_names = shared.dos_names ? *shared.dos_names : none;
     const NamedDevices& serial_comm = shared.serial_comm ? *shared.serial_comm : none;
-    const CQXDeviceRegInfo record(set, port);
+    const CQXDeviceRegInfo record(device_set, port);
     NamePlaces places;
-    ReadPortName(set, port, places);
+    ReadPortName(device_set, port, places);
     places.claimed = shared.IsClaimed(places.number);
     places.device = KernelDeviceOf(record, places.port_name, dos_names, serial_comm);
     for (const NamedDevice& each : dos_names)

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The five places in which a computer holds a port's COM name, and what they hold.
 //
 // No part of the computer compares them; a user notices when a program opens the wrong port.
@@ -51,7 +52,7 @@ struct NamePlaces {
     Text serial_comm;
     Text friendly_name;
 };
-[[nodiscard]] NamePlaces ReadNamePlaces(HDEVINFO set, const SP_DEVINFO_DATA& port,
+[[nodiscard]] NamePlaces ReadNamePlaces(HDEVINFO device_set, const SP_DEVINFO_DATA& port,
                                         const SharedNamePlaces& shared);
 
 // Letter case does not count in names of devices.

@@ -1,11 +1,12 @@
+// SPDX-License-Identifier: MIT
 #include "install/port_backup.h"
 
 #include "base/attempt.h"
-#include "base/handles.h"
-#include "device_records/com_port_util.h"
+#include "base/registry.h"
 #include "device_records/port_database.h"
 #include "device_records/registry_layout.h"
-#include "device_records/utils.h"
+#include "device_records/port_access.h"
+#include "install/com_name.h"
 #include "install/device_helpers.h"
 #include "install/dos_device_names.h"
 
@@ -27,8 +28,8 @@ struct Value {
 };
 
 // Calls `visit` with each number and text of `key`, in the platform's order. Values of other types are passed
-// over. A value with a name of more than 16382 characters or with more than 16383 bytes ends the enumeration;
-// the platform offers no way past it that is not a second attempt, and no driver stores such a setting.
+// over. A value with a name of more than 16382 characters or with more than 16383 bytes ends the enumeration:
+// the only way past it would be a second attempt, and no driver stores such a setting.
 template <typename Visit>
 void ForEachValue(HKEY key, Visit visit) {
     constexpr DWORD kNameUnits = 16383;
@@ -58,12 +59,9 @@ void ForEachValue(HKEY key, Visit visit) {
 // worth having.
 void Write(HKEY key, const Value& value) {
     if (value.type == REG_DWORD)
-        static_cast<void>(RegSetValueExW(key, value.name.c_str(), 0, REG_DWORD,
-                                         reinterpret_cast<const BYTE*>(&value.number), sizeof(value.number)));
+        WriteNumber(key, value.name.c_str(), value.number);
     else
-        static_cast<void>(RegSetValueExW(key, value.name.c_str(), 0, REG_SZ,
-                                         reinterpret_cast<const BYTE*>(value.text.c_str()),
-                                         value.text.SizeInBytes()));
+        WriteText(key, value.name.c_str(), value.text.c_str());
 }
 
 // Copies the numbers and texts for which `wanted` is true.
@@ -80,21 +78,7 @@ bool IsName(const Value& value) {
 }
 
 RegistryKey OpenForReading(const Text& path) {
-    RegistryKey key;
-    static_cast<void>(RegOpenKeyExW(HKEY_LOCAL_MACHINE, path.c_str(), 0, KEY_READ, key.Put()));
-    return key;
-}
-
-RegistryKey CreateSubkey(HKEY parent, const Text& name) {
-    RegistryKey key;
-    static_cast<void>(RegCreateKeyExW(parent, name.c_str(), 0, nullptr, REG_OPTION_NON_VOLATILE,
-                                      KEY_READ | KEY_WRITE, nullptr, key.Put(), nullptr));
-    return key;
-}
-
-HardwareKey OpenHardwareKeyForWriting(HDEVINFO set, const SP_DEVINFO_DATA& device) {
-    SP_DEVINFO_DATA element = device;
-    return HardwareKey(SetupDiOpenDevRegKey(set, &element, DICS_FLAG_GLOBAL, 0, DIREG_DEV, GENERIC_WRITE));
+    return OpenKey(HKEY_LOCAL_MACHINE, path.c_str(), KEY_READ);
 }
 
 // Copies the whole "UI1" subkey, saving as well as restoring: every number and text in it is the user's. True
@@ -103,7 +87,7 @@ bool CopyUi1(const Text& from_path, HKEY to) {
     const RegistryKey from = OpenForReading(from_path);
     if (!from)
         return false;
-    const RegistryKey copy = CreateSubkey(to, kUi1);
+    const RegistryKey copy = CreateKey(to, kUi1);
     if (!copy)
         return false;
     CopyValues(from.Get(), copy.Get(), [](const Value&) { return true; });
@@ -111,7 +95,7 @@ bool CopyUi1(const Text& from_path, HKEY to) {
 }
 
 void SaveChild(HKEY adapter_key, const Text& child_id) {
-    const RegistryKey backup = CreateSubkey(adapter_key, PortBackupKeyName(child_id));
+    const RegistryKey backup = CreateKey(adapter_key, PortBackupKeyName(child_id).c_str());
     if (!backup)
         return;
     {
@@ -136,13 +120,13 @@ Text RestoreValues(HKEY backup, HKEY port) {
     return name;
 }
 
-void RestoreName(HDEVINFO set, const SP_DEVINFO_DATA& port, const Text& saved_name) {
-    CCOMPortUtil port_util(set, port);
+void RestoreName(HDEVINFO device_set, const SP_DEVINFO_DATA& port, const Text& saved_name) {
+    CCOMPortUtil port_util(device_set, port);
     DeviceString current_name;
     if (!port_util.GetDeviceString(kPortName, current_name))
         return;
     // A port that neither opens nor has a DOS name is not there; there is nothing to move.
-    if (!CUtils::CanOpenPort(current_name) && !TargetOfDosName(current_name.c_str()))
+    if (!CanOpenPort(current_name) && !TargetOfDosName(current_name.c_str()))
         return;
     // A port that came up under its former name keeps the claim it has. Releasing the number, which is right
     // for a name held by somebody else, would leave the port's own name for the next device to take.
@@ -156,7 +140,7 @@ void RestoreName(HDEVINFO set, const SP_DEVINFO_DATA& port, const Text& saved_na
         if (!port_util.IsPortFree(number))
             static_cast<void>(port_util.ReleasePort(number));
     }
-    static_cast<void>(port_util.RenameComPort(saved_name, nullptr, false, false));
+    static_cast<void>(port_util.RenameComPort(saved_name));
 }
 
 // RegDeleteKeyExW where the platform offers it, looked up once per process; otherwise RegDeleteKeyW.
@@ -164,20 +148,19 @@ LSTATUS DeleteKey(HKEY parent, const Text& name) {
     using DeleteKeyEx = LSTATUS(WINAPI*)(HKEY, const WCHAR*, REGSAM, DWORD);
     static const auto delete_key_ex = []() -> DeleteKeyEx {
         const HMODULE library = GetModuleHandleW(TEXT("Advapi32.dll"));
-        if (library == nullptr)
+        if (!library)
             return nullptr;
         return reinterpret_cast<DeleteKeyEx>(
             reinterpret_cast<void*>(GetProcAddress(library, "RegDeleteKeyExW")));
     }();
-    return delete_key_ex != nullptr ? delete_key_ex(parent, name.c_str(), 0, 0)
-                                    : RegDeleteKeyW(parent, name.c_str());
+    return delete_key_ex ? delete_key_ex(parent, name.c_str(), 0, 0) : RegDeleteKeyW(parent, name.c_str());
 }
 
 // Deletes a port's backup; one that cannot be deleted stays and is restored from again.
 void DeleteBackup(const Text& parent_id, const Text& backup_name, bool with_ui1) {
-    RegistryKey parent;
-    if (RegOpenKeyExW(HKEY_LOCAL_MACHINE, HardwareKeyPath(parent_id).c_str(), 0, KEY_READ | KEY_SET_VALUE,
-                      parent.Put()) != ERROR_SUCCESS)
+    const RegistryKey parent =
+        OpenKey(HKEY_LOCAL_MACHINE, HardwareKeyPath(parent_id).c_str(), KEY_READ | KEY_SET_VALUE);
+    if (!parent)
         return;
     // The platform deletes only keys without subkeys. A backup left behind for its "UI1" would set the port
     // back to its old name and settings at every installation to come, whatever the user chose in between. A
@@ -189,8 +172,8 @@ void DeleteBackup(const Text& parent_id, const Text& backup_name, bool with_ui1)
 
 }  // namespace
 
-void SavePortBackups(HDEVINFO set, const SP_DEVINFO_DATA& adapter) {
-    const HardwareKey adapter_key = OpenHardwareKeyForWriting(set, adapter);
+void SavePortBackups(HDEVINFO device_set, const SP_DEVINFO_DATA& adapter) {
+    const HardwareKey adapter_key = OpenHardwareKey(device_set, adapter, GENERIC_WRITE);
     if (!adapter_key)
         return;
     for (std::optional<DEVINST> child = FirstChildOf(adapter.DevInst); child; child = NextSiblingOf(*child))
@@ -198,8 +181,8 @@ void SavePortBackups(HDEVINFO set, const SP_DEVINFO_DATA& adapter) {
             Attempt([&] { SaveChild(adapter_key.Get(), Text(id->view())); });
 }
 
-bool RestorePortBackup(HDEVINFO set, const SP_DEVINFO_DATA& port) {
-    const HardwareKey port_key = OpenHardwareKeyForWriting(set, port);
+bool RestorePortBackup(HDEVINFO device_set, const SP_DEVINFO_DATA& port) {
+    const HardwareKey port_key = OpenHardwareKey(device_set, port, GENERIC_WRITE);
     if (!port_key)
         return false;
     const std::optional<DEVINST> parent = ParentOf(port.DevInst);
@@ -213,12 +196,12 @@ bool RestorePortBackup(HDEVINFO set, const SP_DEVINFO_DATA& port) {
     RegistryKey backup = OpenForReading(BackupKeyPath(parent_id, backup_name));
     if (!backup)
         return false;
-    // What memory does not suffice for is still in the backup, and the next installation gives it back.
+    // Out of memory, the rest stays in the backup, and the next installation restores it.
     Attempt([&] {
         const Text saved_name = RestoreValues(backup.Get(), port_key.Get());
         backup.Reset();
         if (!saved_name.empty())
-            RestoreName(set, port, saved_name);
+            RestoreName(device_set, port, saved_name);
         const bool had_ui1 = CopyUi1(BackupUi1KeyPath(parent_id, backup_name), port_key.Get());
         DeleteBackup(parent_id, backup_name, had_ui1);
     });

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The backup of an adapter's ports over its reinstallation.
 //
 // Reinstalling an adapter removes its port devices and makes new ones, which start with new COM names and
@@ -14,7 +15,7 @@ namespace qx {
 
 // Saves every child of the adapter: its numeric values, its COM name, and the numbers and texts of its "UI1"
 // subkey. What was saved before is overwritten value by value. A child that cannot be read is passed over.
-void SavePortBackups(HDEVINFO set, const SP_DEVINFO_DATA& adapter);
+void SavePortBackups(HDEVINFO device_set, const SP_DEVINFO_DATA& adapter);
 
 // Gives a port what was saved for it, its former COM name included, and deletes the backup.
 //
@@ -23,6 +24,6 @@ void SavePortBackups(HDEVINFO set, const SP_DEVINFO_DATA& adapter);
 // present name.
 //
 // True when there was a backup, whatever became of it.
-[[nodiscard]] bool RestorePortBackup(HDEVINFO set, const SP_DEVINFO_DATA& port);
+[[nodiscard]] bool RestorePortBackup(HDEVINFO device_set, const SP_DEVINFO_DATA& port);
 
 }  // namespace qx

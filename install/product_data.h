@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The maker's product data that installation goes by: DATA TO REPLACE when the product range changes.
 //
 // The ids are made up: a maker's vendor id with product ids that stand for nothing that is sold. Everything

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "install/uninstall_program.h"
 
 #include "base/handles.h"
@@ -9,13 +10,13 @@
 
 namespace qx {
 
-bool RunUninstallProgram(HDEVINFO set, const SP_DEVINFO_DATA& adapter, bool wait) {
+bool RunUninstallProgram(HDEVINFO device_set, const SP_DEVINFO_DATA& adapter, bool wait) {
     constexpr DWORD kLongestWait = 60000;  // ms
 
     std::array<WCHAR, MAX_PATH> directory{};
     const UINT length = GetSystemDirectoryW(directory.data(), static_cast<UINT>(directory.size()));
     DeviceString program;
-    if (!ReadDeviceString(set, adapter, kUnInstall, program))
+    if (!ReadDeviceString(device_set, adapter, kUnInstall, program))
         return true;
     // Without its directory the name would be looked for at the root of whatever drive is current, where
     // anyone may have put a program; and this one would run with the installer's rights.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The program that cleans up after an adapter.
 #pragma once
 
@@ -9,7 +10,7 @@ namespace qx {
 
 // Starts the program that the adapter's "UnInstall" value names, a file in the system directory. `wait` lets
 // it run for at most a minute before returning. Always true: an adapter without such a program, or one that
-// does not start, is removed all the same.
-bool RunUninstallProgram(HDEVINFO set, const SP_DEVINFO_DATA& adapter, bool wait);
+// does not start, is removed anyway.
+bool RunUninstallProgram(HDEVINFO device_set, const SP_DEVINFO_DATA& adapter, bool wait);
 
 }  // namespace qx

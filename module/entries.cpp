@@ -1,27 +1,23 @@
+// SPDX-License-Identifier: MIT
 // The entries that the loader and the component runtime call.
+#include "base/attempt.h"
+#include "base/scope_exit.h"
 #include "module/type_library.h"
 #include "module/uui_module.h"
 
 #include <objbase.h>
 
-#include <exception>
-
 namespace {
 
 qx::CQxUUIModule g_module;
 
-// Runs the calling thread in the system's locale, in which registration texts are to be written, and gives
-// the thread its own locale back.
-class SystemLocale {
-  public:
-    SystemLocale() noexcept : former_(GetThreadLocale()) { SetThreadLocale(LOCALE_SYSTEM_DEFAULT); }
-    ~SystemLocale() { SetThreadLocale(former_); }
-    SystemLocale(const SystemLocale&) = delete;
-    SystemLocale& operator=(const SystemLocale&) = delete;
-
-  private:
-    LCID former_;
-};
+// Puts the calling thread into the system's locale, in which registration texts are to be written, until the
+// end of the caller's block.
+auto UseSystemLocale() noexcept {
+    const LCID former = GetThreadLocale();
+    SetThreadLocale(LOCALE_SYSTEM_DEFAULT);
+    return qx::ScopeExit([former] { SetThreadLocale(former); });
+}
 
 }  // namespace
 
@@ -43,16 +39,14 @@ extern "C" QX_EXPORT HRESULT WINAPI DllGetClassObject(REFCLSID, REFIID, LPVOID* 
 }
 
 extern "C" QX_EXPORT HRESULT WINAPI DllRegisterServer() noexcept {
-    const SystemLocale locale;
-    try {
-        return qx::RegisterModuleTypeLibrary();
-    } catch (const std::exception&) {
-        return E_OUTOFMEMORY;
-    }
+    const auto locale = UseSystemLocale();
+    HRESULT result = E_OUTOFMEMORY;
+    qx::Attempt([&] { result = qx::RegisterModuleTypeLibrary(); });
+    return result;
 }
 
 extern "C" QX_EXPORT HRESULT WINAPI DllUnregisterServer() noexcept {
-    const SystemLocale locale;
+    const auto locale = UseSystemLocale();
     const HRESULT result = qx::UnregisterModuleTypeLibrary();
     return SUCCEEDED(result) ? S_OK : result;
 }

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Data of the maker's products that the module carries. Replace it for a product of your own: an identifier
 // given out twice makes two type libraries overwrite each other's registration.
 //
@@ -5,7 +6,7 @@
 #pragma once
 
 // The type library QxUUILib and the component class PropPage in it. module/QxUUILib.tlb is made from these:
-// make it anew (module/art/README.md says how) when they change.
+// rebuild it (module/art/README.md says how) when they change.
 // clang-format off
 // NOLINTBEGIN(bugprone-macro-parentheses): the type-library compiler reads them as they stand
 #define QX_TYPE_LIBRARY_ID 8a51c0d2-6f0e-4a3b-9d6c-71e5b2f4c810

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The ids of everything in the module's resources: page templates, controls, strings and pictures.
 //
 // This is the one header of module/ that every folder may include. The resource compiler reads it too, so it

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "module/type_library.h"
 
 #include "base/module_instance.h"
@@ -20,7 +21,7 @@ struct GuidText {
     const char* digits;
 
     // The next `bytes` bytes as one number, most significant digit first.
-    constexpr unsigned long long Take(int bytes) {
+    constexpr unsigned long long Next(int bytes) {
         unsigned long long number = 0;
         for (int left = bytes * 2; left > 0; ++digits) {
             if (*digits == '-')
@@ -37,11 +38,11 @@ struct GuidText {
 constexpr GUID GuidOf(const char (&text)[37]) {
     GuidText rest{text};
     GUID guid{};
-    guid.Data1 = static_cast<decltype(guid.Data1)>(rest.Take(4));
-    guid.Data2 = static_cast<decltype(guid.Data2)>(rest.Take(2));
-    guid.Data3 = static_cast<decltype(guid.Data3)>(rest.Take(2));
+    guid.Data1 = static_cast<decltype(guid.Data1)>(rest.Next(4));
+    guid.Data2 = static_cast<decltype(guid.Data2)>(rest.Next(2));
+    guid.Data3 = static_cast<decltype(guid.Data3)>(rest.Next(2));
     for (auto& byte : guid.Data4)
-        byte = static_cast<unsigned char>(rest.Take(1));
+        byte = static_cast<unsigned char>(rest.Next(1));
     return guid;
 }
 
@@ -61,7 +62,7 @@ HRESULT Load(const Text& path, TypeLibrary& library) noexcept {
 Text ModulePath() {
     const HINSTANCE module = ModuleInstance();
     // A null handle would name the program that has loaded the library.
-    if (module == nullptr)
+    if (!module)
         return {};
     for (std::vector<WCHAR> buffer(MAX_PATH); buffer.size() <= 0x8000; buffer.resize(buffer.size() * 2)) {
         const DWORD length = GetModuleFileNameW(module, buffer.data(), static_cast<DWORD>(buffer.size()));

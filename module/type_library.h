@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Registration of the library's type library.
 #pragma once
 

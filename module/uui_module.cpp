@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "module/uui_module.h"
 
 #include <commctrl.h>

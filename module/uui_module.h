@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The library as the platform's loader and the component runtime see it.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "pages/about_page.h"
 
 #include "module/product_data.h"
@@ -8,17 +9,16 @@ namespace qx {
 CAboutPage::CAboutPage() noexcept : CPropertyPage(IDD_ABOUT, TEXT("About")) {}
 
 bool CAboutPage::ProcessWindowMessage(UINT message, WPARAM wparam, LPARAM lparam, LRESULT& result) {
-    switch (EventOf(message, wparam, lparam)) {
-        case kInitialise:
-            CreateBackground();
-            web_site_.Attach(Item(IDC_WEB_ADDRESS), TEXT(QX_WEB_ADDRESS));
-            result = TRUE;
-            return true;
-        case IDC_WEB_ADDRESS:
-            web_site_.Open();
-            return true;
-        default:
-            break;
+    const Event event = EventOf(message, wparam, lparam);
+    if (event.kind == Event::Kind::kInitialise) {
+        CreateBackground();
+        web_site_.Attach(Item(IDC_WEB_ADDRESS), TEXT(QX_WEB_ADDRESS));
+        result = TRUE;
+        return true;
+    }
+    if (event.kind == Event::Kind::kClick && event.control == IDC_WEB_ADDRESS) {
+        web_site_.Open();
+        return true;
     }
     if (message == WM_DESTROY)
         web_site_.Detach();

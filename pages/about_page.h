@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The About page, last of the advanced sheet.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "pages/activation_context.h"
 
 #include "module/resource.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The activation context in which the library's windows are made.
 #pragma once
 
@@ -8,7 +9,7 @@ namespace qx {
 // Binds what is created within a Scope to the common controls that the library's manifest names (version 6),
 // whatever the program that loaded the library uses itself.
 //
-// When the platform cannot make the context, the scopes do nothing and the windows take the program's own
+// When the platform cannot make the context, the scopes do nothing and the windows use the program's own
 // controls: a page that looks older is better than none.
 class CActivationContext {
   public:

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "pages/advanced_dialog.h"
 
 #include "device_records/device_reg_info.h"

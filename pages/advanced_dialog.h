@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The "Advanced Settings for" sheet.
 #pragma once
 

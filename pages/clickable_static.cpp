@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "pages/clickable_static.h"
 
 #include <commctrl.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A static control that the user can click or reach with the keyboard.
 #pragma once
 

@@ -1,12 +1,11 @@
+// SPDX-License-Identifier: MIT
 #include "pages/com_number_page.h"
 
 #include "base/module_instance.h"
-#include "device_records/com_port_util.h"
 #include "device_records/port_database.h"
-#include "device_records/utils.h"
+#include "install/com_name.h"
 #include "module/resource.h"
-
-#include <vector>
+#include "pages/utils.h"
 
 namespace qx {
 
@@ -36,6 +35,9 @@ CDeviceAdvSettingPage::CDeviceAdvSettingPage(HDEVINFO device_set, const SP_DEVIN
       device_set_(device_set),
       element_(element),
       parent_(device_set, element) {
+    // The port set serves the help topic alone, which depends on the port's kind, and the parent only tells
+    // whether there is an adapter to ask. It costs one more request and one walk over the devices; nothing
+    // is changed by either.
     static_cast<void>(FindInterface() && port_set_.Read() && parent_.FindParent() && bus_set_.Read());
 }
 
@@ -54,24 +56,21 @@ void CDeviceAdvSettingPage::ShowInformation() const {
     SetItemText(IDC_MAXIMUM_BAUD_RATE, Format(TEXT("%d baud"), bus_set_->MaximumBaudRate));
 }
 
-void CDeviceAdvSettingPage::FillComNames() const {
+void CDeviceAdvSettingPage::FillComNames() {
     CPortUtil database;
     const PortDatabaseSession session(database);  // without it the list is empty
     const Text current = PortName();
     RegisterTips();
-    CUtils::FillComboByText(Item(IDC_COM_NUMBER), database.ListComNames(current), current);
+    names_ = database.ListComNames(current);
+    std::vector<Text> texts;
+    for (const auto& name : names_)
+        texts.push_back(name.in_use ? Format(TEXT("COM%d (in use)"), name.number) : ComNameOf(name.number));
+    CUtils::FillComboByText(Item(IDC_COM_NUMBER), texts, current);
 }
 
 Text CDeviceAdvSettingPage::SelectedName() const {
-    const HWND box = Item(IDC_COM_NUMBER);
-    const auto entry = static_cast<WPARAM>(SendMessageW(box, CB_GETCURSEL, 0, 0));
-    const LRESULT length = SendMessageW(box, CB_GETLBTEXTLEN, entry, 0);
-    if (length == CB_ERR)
-        return {};
-    std::vector<WCHAR> buffer(static_cast<std::size_t>(length) + 1);
-    if (SendMessageW(box, CB_GETLBTEXT, entry, reinterpret_cast<LPARAM>(buffer.data())) == CB_ERR)
-        return {};
-    return ReplaceAll(Text::FromBuffer(buffer.data(), buffer.size()), TEXT(" (in use)"), {});
+    const auto entry = static_cast<std::size_t>(SendMessageW(Item(IDC_COM_NUMBER), CB_GETCURSEL, 0, 0));
+    return entry < names_.size() ? ComNameOf(names_[entry].number) : Text();
 }
 
 LRESULT CDeviceAdvSettingPage::Apply() {
@@ -81,7 +80,8 @@ LRESULT CDeviceAdvSettingPage::Apply() {
     CCOMPortUtil port(device_set_, element_);
     const Text name = SelectedName();
     // Number 0 would come of an empty name.
-    if (!name.empty() && port.RenameComPort(name, Window(), true, true))
+    if (!name.empty() &&
+        port.RenameComPort(name, {.owner = Window(), .confirm_if_open = true, .reenumerate = true}))
         return kAccepted;
     ShowMessage(LoadText(IDS_RENAME_FAILED), TEXT("Error"), MB_OK | MB_ICONERROR);
     return kRefused;

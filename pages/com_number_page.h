@@ -1,9 +1,13 @@
+// SPDX-License-Identifier: MIT
 // The COM number and information page, first of the advanced sheet.
 #pragma once
 
+#include "device_records/port_util.h"
 #include "driver_access/bus_parameters.h"
 #include "driver_access/parent_device.h"
 #include "pages/settings_page.h"
+
+#include <vector>
 
 namespace qx {
 
@@ -18,13 +22,14 @@ class CDeviceAdvSettingPage : public CSettingsPage {
     void Initialise() override;
     [[nodiscard]] LRESULT Apply() override;
     void ShowInformation() const;
-    void FillComNames() const;
+    void FillComNames();
     [[nodiscard]] Text SelectedName() const;
 
     HDEVINFO device_set_;
     SP_DEVINFO_DATA element_;
     SettingsCopy<CQxUBusUserModeInterface> bus_set_{*this};
     CQxSetupDi_ParentDevice parent_;
+    std::vector<ListedComName> names_;  // the entries of the choice box
 };
 
 }  // namespace qx

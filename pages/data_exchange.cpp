@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "pages/data_exchange.h"
 
 #include <cstdint>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Moves values between the controls of a dialog and variables.
 #pragma once
 

@@ -1,6 +1,7 @@
+// SPDX-License-Identifier: MIT
 #include "pages/help_links.h"
 
-#include "base/handles.h"
+#include "base/registry.h"
 #include "base/text.h"
 #include "module/resource.h"
 
@@ -68,8 +69,8 @@ using ViewerEntry = HWND(WINAPI*)(HWND, LPCWSTR, UINT, DWORD_PTR);
 
 // The path that the viewer registered; empty when there is none.
 Text RegisteredViewer() {
-    RegistryKey key;
-    if (RegOpenKeyExW(HKEY_CLASSES_ROOT, kViewerKey, 0, KEY_READ, key.Put()) != ERROR_SUCCESS)
+    const RegistryKey key = OpenKey(HKEY_CLASSES_ROOT, kViewerKey, KEY_READ);
+    if (!key)
         return {};
     DWORD type = 0;
     DWORD size = 0;

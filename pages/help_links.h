@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The pages' links into the help file.
 #pragma once
 
@@ -35,7 +36,8 @@ void OpenHelpTopic(HWND page, const PageHelp& help, bool rs422_485_port);
 void ShowControlHelp(HWND page, const PageHelp& help, const HELPINFO& request);
 
 // Calls the help viewer, which is looked for and loaded by the first call of the process and stays loaded,
-// because its windows may outlive every page. Null when the viewer is missing; that too is found out once.
+// because its windows may outlive every page. Null when the viewer is missing, which is looked up once as
+// well.
 HWND CallHelpViewer(HWND owner, const WCHAR* path, UINT command, DWORD_PTR data);
 
 }  // namespace qx

@@ -1,6 +1,8 @@
+// SPDX-License-Identifier: MIT
 #include "pages/hyperlink.h"
 
 #include "base/module_instance.h"
+#include "base/registry.h"
 #include "pages/data_exchange.h"
 
 #include <commctrl.h>
@@ -57,8 +59,8 @@ void CHyperlink::Detach() noexcept {
 }
 
 void CHyperlink::ReadColours() {
-    RegistryKey settings;
-    if (RegOpenKeyExW(HKEY_CURRENT_USER, kBrowserSettings, 0, KEY_READ, settings.Put()) != 0)
+    const RegistryKey settings = OpenKey(HKEY_CURRENT_USER, kBrowserSettings, KEY_READ);
+    if (!settings)
         return;
     ReadColour(settings.Get(), TEXT("Anchor Color"), colour_);
     ReadColour(settings.Get(), TEXT("Anchor Color Visited"), visited_colour_);
@@ -76,7 +78,7 @@ void CHyperlink::Underline() noexcept {
         SendMessageW(link_.Control(), WM_SETFONT, reinterpret_cast<WPARAM>(font_.Get()), TRUE);
 }
 
-// Beside the label a click must not open anything.
+// A click beside the label must not open anything.
 void CHyperlink::FitToLabel() {
     const Text label = TextOfWindow(link_.Control());
     const HDC context = GetDC(link_.Control());

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A static text that opens a web address.
 #pragma once
 
@@ -17,7 +18,7 @@ class CHyperlink {
     CHyperlink& operator=(const CHyperlink&) = delete;
 
     void Attach(HWND control, Text address);
-    // Before the page's window goes away.
+    // To be called before the page's window is destroyed.
     void Detach() noexcept;
 
     // Opens the address in the user's browser. After that has worked once, the link counts as visited.

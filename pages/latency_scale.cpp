@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "pages/latency_scale.h"
 
 #include <algorithm>

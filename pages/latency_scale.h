@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The scale of the maximum-latency slider.
 #pragma once
 

@@ -1,8 +1,9 @@
+// SPDX-License-Identifier: MIT
 #include "pages/page_provider.h"
 
+#include "base/attempt.h"
 #include "pages/port_settings_page.h"
 
-#include <exception>
 #include <memory>
 #include <utility>
 
@@ -15,20 +16,18 @@ BOOL CALLBACK QxUPortPropPage(LPVOID request, LPFNADDPROPSHEETPAGE add_page, LPA
     // Properties of the whole class come without a device.
     if (!add_page || !asked.DeviceInfoData)
         return FALSE;
-    try {
+    // Out of memory means no page, like a driver that does not answer.
+    return qx::Attempt([&] {
         auto page = std::make_unique<qx::CQxUIPropertyPage>(asked.DeviceInfoSet, *asked.DeviceInfoData);
         if (!page->IsLoaded())
-            return FALSE;
+            return false;
         const HPROPSHEETPAGE handle = qx::CPropertyPage::CreateAndHandOver(std::move(page));
         if (!handle)
-            return FALSE;
+            return false;
         if (add_page(handle, argument))
-            return TRUE;
+            return true;
         // A page that the sheet does not want stays ours.
         DestroyPropertySheetPage(handle);
-    } catch (const std::exception&) {
-        // Out of memory: no page, like a driver that does not answer.
-        return FALSE;
-    }
-    return FALSE;
+        return false;
+    });
 }

@@ -1,9 +1,10 @@
+// SPDX-License-Identifier: MIT
 #include "pages/port_settings_page.h"
 
 #include "base/module_instance.h"
-#include "device_records/utils.h"
 #include "module/resource.h"
 #include "pages/advanced_dialog.h"
+#include "pages/utils.h"
 
 #include <utility>
 
@@ -11,18 +12,12 @@ namespace qx {
 
 namespace {
 
-// Bits of the flow-control mask.
-constexpr DWORD kOffersCts = 0x1;  // hardware flow control, and CTS emulation
-constexpr DWORD kOffersDsr = 0x2;
-constexpr DWORD kAllFlowControls = 0x7;
+constexpr DWORD kAllFlowControls = kOffersHardware | kOffersDsr | kOffersXonXoff;
 // What a flow-control value may hold besides 0.
 constexpr DWORD kFlowControlBits = 0xF;
 
 // What a box yields that has no selection. It has every bit, and is no flow control.
 constexpr DWORD kNothingSelected = 0xFFFFFFFF;
-
-// Half duplex with automatic gating of the transmitter: the lines serve the gating.
-constexpr DWORD kHalfDuplexMode = 2;
 
 constexpr ControlText kCaptions[] = {
     {IDC_BAUD_RATE_LABEL, IDS_BAUD_RATE_LABEL},
@@ -88,20 +83,20 @@ constexpr int kWarningControls[] = {IDC_WARNING_PICTURE, IDC_WARNING_TEXT, IDC_W
 
 // Which values the driver knows; others are what an empty selection or a hostile driver yields.
 bool IsDataBits(DWORD value) noexcept {
-    return value <= 3;
+    return value <= kEightDataBits;
 }
 bool IsParity(DWORD value) noexcept {
-    return value <= 4;
+    return value <= kSpaceParity;
 }
 bool IsStopBits(DWORD value) noexcept {
-    return value <= 2;
+    return value <= kTwoStopBits;
 }
 bool IsFlowControl(DWORD value) noexcept {
-    return value == 0 || (value & kFlowControlBits) != 0;
+    return value == kNoFlowControl || (value & kFlowControlBits) != 0;
 }
 
-// Takes a value over if it is known; true when it differs, known or not.
-bool Take(DWORD& stored, DWORD value, bool known) noexcept {
+// Stores a value if it is known; true when it differs, known or not.
+bool Store(DWORD& stored, DWORD value, bool known) noexcept {
     if (stored == value)
         return false;
     if (known)
@@ -110,7 +105,7 @@ bool Take(DWORD& stored, DWORD value, bool known) noexcept {
 }
 
 // Stores 1 or 0; true when that means something else than what was stored.
-bool TakeFlag(DWORD& stored, bool on) noexcept {
+bool StoreFlag(DWORD& stored, bool on) noexcept {
     const bool changed = (stored != 0) != on;
     stored = on ? 1 : 0;
     return changed;
@@ -173,7 +168,7 @@ void CQxUIPropertyPage::Initialise() {
     }
     FillControls(*port_set_);
     WriteNumber(Item(IDC_BAUD_RATE), baud_rate_);
-    tip_mode_ = TipMode::Information;
+    tip_mode_ = TipMode::kInformation;
 }
 
 DWORD CQxUIPropertyPage::FlowControlMask() const noexcept {
@@ -181,7 +176,7 @@ DWORD CQxUIPropertyPage::FlowControlMask() const noexcept {
 }
 
 bool CQxUIPropertyPage::IsHalfDuplex() const noexcept {
-    return IsRs422485Port() && port_set_->DuplexMode == kHalfDuplexMode;
+    return IsRs422485Port() && port_set_->DuplexMode == kHalfDuplex;
 }
 
 void CQxUIPropertyPage::FillFlowControl(DWORD flow_control) const {
@@ -242,7 +237,7 @@ void CQxUIPropertyPage::ApplyLineSupport() const noexcept {
         Check(IDC_DSR_TRUE, true);
         EnableItem(IDC_DSR_TRUE, false);
     }
-    if (!(FlowControlMask() & kOffersCts)) {
+    if (!(FlowControlMask() & kOffersHardware)) {
         EnableItem(IDC_CTS_TRUE, false);
         EnableItem(IDC_CTS_TRUE_LABEL, false);
     }
@@ -266,21 +261,21 @@ void CQxUIPropertyPage::ShowOverrideWarning() const noexcept {
 }
 
 void CQxUIPropertyPage::AnswerBaudRateTip(NMTTDISPINFOW& request) {
-    const TipMode mode = std::exchange(tip_mode_, TipMode::Information);
+    const TipMode mode = std::exchange(tip_mode_, TipMode::kInformation);
     Text text;
     switch (mode) {
-        case TipMode::Information:
+        case TipMode::kInformation:
             text = LoadText(IDS_TIP_BAUD_RATE);
             break;
-        case TipMode::RangeError:
+        case TipMode::kRangeError:
             text = Format(TEXT("Baud rate out of Range.\n\nPlease enter value between %d and %d."),
                           port_set_->MinBaudRate, port_set_->MaxBaudRate);
             break;
-        case TipMode::WriteError:
+        case TipMode::kWriteError:
             text = TEXT("Error setting baud rate.\n\nPlease enter valid settable baud rate.");
             break;
     }
-    const bool information = mode == TipMode::Information;
+    const bool information = mode == TipMode::kInformation;
     SetTipTitle(information ? TEXT("Information:") : TEXT("Error:"), information ? TTI_INFO : TTI_ERROR);
     AnswerTipRequest(request, std::move(text));
 }
@@ -297,19 +292,15 @@ CVcpParameters CQxUIPropertyPage::WithDefaults() const noexcept {
     CVcpParameters values = *port_set_;
     if (!defaults_)
         return values;
-    const auto take = [](DWORD& stored, DWORD value, bool known) {
-        if (known)
-            stored = value;
-    };
     values.Baudrate = defaults_->Baudrate;
-    take(values.Databits, defaults_->Databits, IsDataBits(defaults_->Databits));
-    take(values.Parity, defaults_->Parity, IsParity(defaults_->Parity));
-    take(values.Stopbits, defaults_->Stopbits, IsStopBits(defaults_->Stopbits));
-    take(values.FlowControl, defaults_->FlowControl, IsFlowControl(defaults_->FlowControl));
+    Store(values.Databits, defaults_->Databits, IsDataBits(defaults_->Databits));
+    Store(values.Parity, defaults_->Parity, IsParity(defaults_->Parity));
+    Store(values.Stopbits, defaults_->Stopbits, IsStopBits(defaults_->Stopbits));
+    Store(values.FlowControl, defaults_->FlowControl, IsFlowControl(defaults_->FlowControl));
     for (const auto& box : kOverrideBoxes)
-        TakeFlag(values.*box.flag, (*defaults_).*box.flag != 0);
-    TakeFlag(values.EmulateCTSTrue, defaults_->EmulateCTSTrue != 0);
-    TakeFlag(values.EmulateDSRTrue, defaults_->EmulateDSRTrue != 0);
+        StoreFlag(values.*box.flag, (*defaults_).*box.flag != 0);
+    StoreFlag(values.EmulateCTSTrue, defaults_->EmulateCTSTrue != 0);
+    StoreFlag(values.EmulateDSRTrue, defaults_->EmulateDSRTrue != 0);
     return values;
 }
 
@@ -337,20 +328,20 @@ CQxUIPropertyPage::LineSettings CQxUIPropertyPage::SelectedLineSettings() const 
 }
 
 // Compares the controls with `wanted`, all of them, and takes over what is valid; true when anything differs.
-bool CQxUIPropertyPage::TakeChanges(CVcpParameters& wanted, const LineSettings& selected) const noexcept {
-    bool changed = Take(wanted.Baudrate, baud_rate_, true);
-    changed |= Take(wanted.Databits, selected.data_bits, IsDataBits(selected.data_bits));
-    changed |= Take(wanted.Parity, selected.parity, IsParity(selected.parity));
-    changed |= Take(wanted.Stopbits, selected.stop_bits, IsStopBits(selected.stop_bits));
-    changed |= Take(wanted.FlowControl, selected.flow_control,
-                    IsFlowControl(selected.flow_control) && selected.flow_control != kNothingSelected);
+bool CQxUIPropertyPage::StoreChanges(CVcpParameters& wanted, const LineSettings& selected) const noexcept {
+    bool changed = Store(wanted.Baudrate, baud_rate_, true);
+    changed |= Store(wanted.Databits, selected.data_bits, IsDataBits(selected.data_bits));
+    changed |= Store(wanted.Parity, selected.parity, IsParity(selected.parity));
+    changed |= Store(wanted.Stopbits, selected.stop_bits, IsStopBits(selected.stop_bits));
+    changed |= Store(wanted.FlowControl, selected.flow_control,
+                     IsFlowControl(selected.flow_control) && selected.flow_control != kNothingSelected);
     for (const auto& box : kOverrideBoxes)
-        changed |= TakeFlag(wanted.*box.flag, Checked(box.control));
+        changed |= StoreFlag(wanted.*box.flag, Checked(box.control));
     if (!IsRs422485Port()) {
-        changed |= TakeFlag(wanted.EmulateCTSTrue, Checked(IDC_CTS_TRUE));
-        changed |= TakeFlag(wanted.EmulateDSRTrue, Checked(IDC_DSR_TRUE));
+        changed |= StoreFlag(wanted.EmulateCTSTrue, Checked(IDC_CTS_TRUE));
+        changed |= StoreFlag(wanted.EmulateDSRTrue, Checked(IDC_DSR_TRUE));
     } else if (!IsHalfDuplex()) {
-        changed |= TakeFlag(wanted.EmulateCTSTrue, Checked(IDC_CTS_TRUE));
+        changed |= StoreFlag(wanted.EmulateCTSTrue, Checked(IDC_CTS_TRUE));
     }
     return changed;
 }
@@ -364,14 +355,14 @@ LRESULT CQxUIPropertyPage::Apply() {
         ShowMessage(Format(TEXT("Please enter baud rate between %d bps and %d bps."), port_set_->MinBaudRate,
                            port_set_->MaxBaudRate),
                     TEXT("Baud rate out of Range"), MB_OK | MB_ICONERROR);
-        tip_mode_ = TipMode::RangeError;
+        tip_mode_ = TipMode::kRangeError;
         return kRefused;
     }
 
     const LineSettings selected = SelectedLineSettings();
     CVcpParameters wanted = WithDefaults();
-    if (!TakeChanges(wanted, selected) && !defaults_) {
-        tip_mode_ = TipMode::Information;
+    if (!StoreChanges(wanted, selected) && !defaults_) {
+        tip_mode_ = TipMode::kInformation;
         return kAccepted;
     }
 
@@ -383,7 +374,7 @@ LRESULT CQxUIPropertyPage::Apply() {
     if (!port_set_.Write(wanted)) {
         ShowMessage(TEXT("Error setting baud rate.\n\nPlease enter valid settable baud rate."),
                     TEXT("Error setting baud rate"), MB_OK | MB_ICONERROR);
-        tip_mode_ = TipMode::WriteError;
+        tip_mode_ = TipMode::kWriteError;
         port_set_.Read();
         return kRefused;
     }
@@ -391,7 +382,7 @@ LRESULT CQxUIPropertyPage::Apply() {
     // Only programs that know nothing of drivers read this entry; the driver has the settings already.
     static_cast<void>(CUtils::WritePortsEntry(name, static_cast<int>(baud_rate_), selected.data_bits,
                                               selected.parity, selected.stop_bits, selected.flow_control));
-    tip_mode_ = TipMode::Information;
+    tip_mode_ = TipMode::kInformation;
     return kAccepted;
 }
 

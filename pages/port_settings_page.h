@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The "Port Settings" page that the device manager shows among a port's properties.
 #pragma once
 
@@ -21,7 +22,7 @@ class CQxUIPropertyPage : public CSettingsPage {
 
   private:
     // What the tip of the baud rate says: after a refused apply it tells why, once.
-    enum class TipMode { Information, RangeError, WriteError };
+    enum class TipMode { kInformation, kRangeError, kWriteError };
 
     void Initialise() override;
     [[nodiscard]] LRESULT Apply() override;
@@ -44,7 +45,7 @@ class CQxUIPropertyPage : public CSettingsPage {
         DWORD flow_control;
     };
     [[nodiscard]] LineSettings SelectedLineSettings() const noexcept;
-    [[nodiscard]] bool TakeChanges(CVcpParameters& wanted, const LineSettings& selected) const noexcept;
+    [[nodiscard]] bool StoreChanges(CVcpParameters& wanted, const LineSettings& selected) const noexcept;
     void AnswerBaudRateTip(NMTTDISPINFOW& request);
 
     // The flow controls that the driver offers in the present duplex mode.
@@ -57,9 +58,9 @@ class CQxUIPropertyPage : public CSettingsPage {
     DWORD baud_rate_ = 0;
     DWORD minimum_baud_rate_ = 0;
     DWORD maximum_baud_rate_ = 0;
-    TipMode tip_mode_ = TipMode::Information;
-    // The driver's defaults, from the user's asking for them until they are written; they are written even
-    // when they are the present values.
+    TipMode tip_mode_ = TipMode::kInformation;
+    // The driver's defaults, from when the user asks for them until they are written; they are written even
+    // when they equal the present values.
     std::optional<CVcpParameters> defaults_;
 };
 

@@ -1,5 +1,7 @@
+// SPDX-License-Identifier: MIT
 #include "pages/property_page.h"
 
+#include "base/attempt.h"
 #include "base/module_instance.h"
 
 #include <commctrl.h>
@@ -10,8 +12,8 @@ namespace {
 
 constexpr COLORREF kPageColour = RGB(248, 247, 246);
 
-// Controls that draw themselves and notify nobody else get their own notifications back at this distance, as
-// the platform's frameworks have it; a control that does not know them leaves them to its default.
+// Added to a notification when it is sent back to the control that it came from, as common Windows frameworks
+// do. Controls that do not handle reflected messages ignore them.
 constexpr UINT kReflected = WM_USER + 0x1C00;
 
 // Notifications of a property sheet to its pages.
@@ -79,12 +81,12 @@ INT_PTR CPropertyPage::DialogProcedure(HWND window, UINT message, WPARAM wparam,
 
     LRESULT result = 0;
     bool handled = false;
-    try {
-        const CActivationContext::Scope scope(page->activation_context_);
-        handled = page->ProcessWindowMessage(message, wparam, lparam, result);
-    } catch (...) {
+    if (!Attempt([&] {
+            const CActivationContext::Scope scope(page->activation_context_);
+            handled = page->ProcessWindowMessage(message, wparam, lparam, result);
+        })) {
         // Out of memory. Nothing is lost as long as a page that could not be applied says so.
-        handled = message == WM_INITDIALOG || EventOf(message, wparam, lparam) == kApply;
+        handled = message == WM_INITDIALOG || EventOf(message, wparam, lparam).kind == Event::Kind::kApply;
         result = message == WM_INITDIALOG ? TRUE : kRefused;
     }
     if (message == WM_NCDESTROY) {
@@ -94,7 +96,7 @@ INT_PTR CPropertyPage::DialogProcedure(HWND window, UINT message, WPARAM wparam,
     if (!handled)
         return FALSE;
     switch (message) {
-        // A dialog procedure answers these itself.
+        // A dialog procedure returns these results itself.
         case WM_INITDIALOG:
         case WM_CTLCOLORDLG:
         case WM_CTLCOLORSTATIC:
@@ -105,14 +107,14 @@ INT_PTR CPropertyPage::DialogProcedure(HWND window, UINT message, WPARAM wparam,
     }
 }
 
-int CPropertyPage::EventOf(UINT message, WPARAM wparam, LPARAM lparam) noexcept {
+CPropertyPage::Event CPropertyPage::EventOf(UINT message, WPARAM wparam, LPARAM lparam) noexcept {
     if (message == WM_INITDIALOG)
-        return kInitialise;
+        return {Event::Kind::kInitialise};
     if (message == WM_NOTIFY && reinterpret_cast<const NMHDR*>(lparam)->code == PSN_APPLY)
-        return kApply;
+        return {Event::Kind::kApply};
     if (message == WM_COMMAND && HIWORD(wparam) == BN_CLICKED)
-        return LOWORD(wparam);
-    return kOtherEvent;
+        return {Event::Kind::kClick, LOWORD(wparam)};
+    return {Event::Kind::kOther};
 }
 
 bool CPropertyPage::ProcessWindowMessage(UINT message, WPARAM wparam, LPARAM lparam, LRESULT& result) {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The base of every page: its window, its colours and its part in a property sheet.
 #pragma once
 
@@ -45,13 +46,20 @@ class CPropertyPage {
     // `page_template` is the dialog's id; `title` a text or a string id made with MAKEINTRESOURCEW.
     CPropertyPage(UINT page_template, const WCHAR* title) noexcept;
 
-    // What a message means to a page: one of these, or the id of the control that was clicked.
-    static constexpr int kOtherEvent = -1;
-    static constexpr int kInitialise = -2;  // the page's window has been made
-    static constexpr int kApply = -3;       // the sheet applies; the answer is kAccepted or kRefused
-    [[nodiscard]] static int EventOf(UINT message, WPARAM wparam, LPARAM lparam) noexcept;
+    // What a message means to a page.
+    struct Event {
+        enum class Kind {
+            kInitialise,  // the page's window has been made
+            kApply,       // the sheet applies; the result is kAccepted or kRefused
+            kClick,
+            kOther,
+        };
+        Kind kind;
+        int control = 0;  // that was clicked
+    };
+    [[nodiscard]] static Event EventOf(UINT message, WPARAM wparam, LPARAM lparam) noexcept;
 
-    // Answers to the sheet.
+    // Results for the sheet.
     static constexpr LRESULT kAccepted = PSNRET_NOERROR;
     static constexpr LRESULT kRefused = PSNRET_INVALID;  // the sheet stays open on this page
 

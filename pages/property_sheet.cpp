@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "pages/property_sheet.h"
 
 #include "base/module_instance.h"

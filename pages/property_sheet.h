@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The base of a modal property sheet.
 #pragma once
 
@@ -42,8 +43,8 @@ class CPropertySheet {
     explicit CPropertySheet(Text caption) noexcept;
 
     // Shows the sheet with its first page in front until the user closes it. Without an owner the thread's
-    // active window is taken, which the sheet then disables while it is open. The pages are the platform's
-    // then.
+    // active window is taken, which the sheet then disables while it is open. From then on the pages belong
+    // to the platform.
     [[nodiscard]] INT_PTR DoModal(CSheetPages& pages, HWND owner) noexcept;
 
   private:

@@ -1,14 +1,12 @@
+// SPDX-License-Identifier: MIT
 #include "pages/rs422_485_page.h"
 
-#include "device_records/utils.h"
 #include "module/resource.h"
+#include "pages/utils.h"
 
 namespace qx {
 
 namespace {
-
-constexpr DWORD kModeNotSet = 0;
-constexpr DWORD kFullDuplexMode = 1;
 
 constexpr ControlText kCaptions[] = {
     {IDC_DUPLEX_DESCRIPTION, IDS_DUPLEX_DESCRIPTION},
@@ -41,7 +39,7 @@ void CRS422485Page::Initialise() {
     PrepareTips();
     RegisterTips();
     const DWORD mode = port_set_->DuplexMode;
-    FillDuplexModes(IsRs422485Port() && mode == kModeNotSet ? kFullDuplexMode : mode);
+    FillDuplexModes(IsRs422485Port() && mode == kDuplexNotSet ? kFullDuplex : mode);
 }
 
 void CRS422485Page::FillDuplexModes(DWORD selected) const {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The "RS-422/485 Settings" page of the advanced sheet.
 #pragma once
 

@@ -1,9 +1,10 @@
+// SPDX-License-Identifier: MIT
 #include "pages/settings_page.h"
 
 #include "base/module_instance.h"
 #include "device_records/registry_layout.h"
-#include "device_records/utils.h"
 #include "module/resource.h"
+#include "pages/utils.h"
 
 namespace qx {
 
@@ -15,23 +16,23 @@ CSettingsPage::CSettingsPage(const SettingsPageData& data, HDEVINFO device_set,
       port_record_(device_set, element) {}
 
 bool CSettingsPage::ProcessWindowMessage(UINT message, WPARAM wparam, LPARAM lparam, LRESULT& result) {
-    const int event = EventOf(message, wparam, lparam);
-    switch (event) {
-        case kInitialise:
+    const Event event = EventOf(message, wparam, lparam);
+    switch (event.kind) {
+        case Event::Kind::kInitialise:
             Initialise();
             help_picture_.Attach(Item(IDC_HELP_PICTURE));
             initialised_ = true;
             // The platform sets the focus.
             result = TRUE;
             return true;
-        case kApply:
+        case Event::Kind::kApply:
             result = initialised_ ? Apply() : kRefused;
             return true;
-        case kOtherEvent:
-            break;
-        default:
-            if (Clicked(event))
+        case Event::Kind::kClick:
+            if (Clicked(event.control))
                 return true;
+            break;
+        case Event::Kind::kOther:
             break;
     }
     switch (message) {

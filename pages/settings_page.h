@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The base of the pages that show a port's settings.
 #pragma once
 
@@ -38,7 +39,7 @@ class CSettingsPage : public CPropertyPage,
   protected:
     CSettingsPage(const SettingsPageData& data, HDEVINFO device_set, const SP_DEVINFO_DATA& element) noexcept;
 
-    // What each page does in its own way: preparing its window, applying (the answer is kAccepted or
+    // What each page does in its own way: preparing its window, applying (the result is kAccepted or
     // kRefused), a click on one of its buttons and boxes (false for a control that is none of them), and
     // answering the request for the text of a control's tip.
     virtual void Initialise() = 0;

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "pages/tooltip_dialog.h"
 
 #include "base/module_instance.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Balloon tips for the controls of a page.
 #pragma once
 
@@ -29,7 +30,8 @@ class CTooltipDialog {
     // Registers every control of a table of tips.
     void AddTools(std::span<const ControlText> tips) const noexcept;
 
-    // Sets the tip's head; `icon` is one of TTI_INFO, TTI_ERROR. It stays for all tips until it is set again.
+    // Sets the tip's title; `icon` is one of TTI_INFO, TTI_ERROR. It stays for all tips until it is set
+    // again.
     void SetTipTitle(const WCHAR* title, WPARAM icon) const noexcept;
 
     // Whether a notification is the tooltip's question for a text.

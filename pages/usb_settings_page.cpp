@@ -1,5 +1,7 @@
+// SPDX-License-Identifier: MIT
 #include "pages/usb_settings_page.h"
 
+#include "driver_access/line_settings.h"
 #include "module/resource.h"
 #include "pages/latency_scale.h"
 
@@ -11,9 +13,6 @@ namespace qx {
 namespace {
 
 using BusSet = CBusParameters;
-
-constexpr DWORD kLatencyPolicy = 0;
-constexpr DWORD kCpuUsagePolicy = 1;
 
 constexpr ControlText kCaptions[] = {
     {IDC_POLICY_DESCRIPTION, IDS_POLICY_DESCRIPTION},
@@ -67,6 +66,7 @@ constexpr DWORD BusSet::*kRestored[] = {
 
 CNewUSBSettingsPage::CNewUSBSettingsPage(HDEVINFO device_set, const SP_DEVINFO_DATA& element)
     : CSettingsPage(kPage, device_set, element), parent_(device_set, element) {
+    // As on the COM number page: the port set for the help topic, the parent for a yes or no.
     static_cast<void>(FindInterface() && port_set_.Read() && parent_.FindParent() && bus_set_.Read());
 }
 

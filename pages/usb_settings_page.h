@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The "USB Settings" page of the advanced sheet.
 #pragma once
 

@@ -1,6 +1,6 @@
 #!/bin/sh
-# Checks the rules of the tree that no compiler checks: which folder may include which, that only platform/, the hosts'
-# platform halves and the build files know what platform this is, and that no line of the library has a test hook.
+# Checks the rules of the tree that no compiler checks: which folder may include which, that a folder defines what it
+# declares, that only platform/, the hosts' platform halves and the build files know what platform this is, and that no line of the library has a test hook.
 # Prints every violation; exit code 1 when there is one.
 set -u
 cd "$(dirname "$0")/.." || exit 2
@@ -36,6 +36,15 @@ for folder in base device_records driver_access install pages module admin; do
                 *) complain "$file includes $include: $folder/ must not know $target/" ;;
             esac
         done
+    done
+done
+
+# What a folder's headers declare can be linked from that folder: a class has its members where it is declared.
+for folder in base device_records driver_access install pages module admin; do
+    for class in $(sed -nE 's/^[^ \/].*[ &*](([A-Za-z0-9_]+)::)+~?[A-Za-z0-9_]+\(.*/\2/p; s/^([A-Za-z0-9_]+::)*([A-Za-z0-9_]+)::~?[A-Za-z0-9_]+\(.*/\2/p' \
+        "$folder"/*.cpp | sort -u); do
+        grep -qE "(class|struct|namespace) ([A-Za-z0-9_]+::)?$class\>" "$folder"/*.h "$folder"/*.cpp ||
+            complain "$folder/ defines members of $class, which is declared elsewhere"
     done
 done
 

@@ -6,11 +6,11 @@ cd "$(dirname "$0")/.."
 . tools/setup.sh
 qx_need native && qx_need windows
 cmake --preset windows >/dev/null
-cmake --build --preset windows --target qxhost
+cmake --build --preset windows --target run_scripts
 export QX_WINE_DIR=$PWD/build/wine
 trap 'tests/windows/wine.sh stop' EXIT
-tests/windows/wine.sh run build/windows/bin/qxhost.exe --script-suite tests/scripts/pages-usb.script \
-    tests/scripts/pages-rs485.script --machines examples --pictures build/pictures
+tests/windows/wine.sh run build/windows/bin/run_scripts.exe examples build/pictures \
+    tests/scripts/pages-usb.script tests/scripts/pages-rs485.script
 mkdir -p docs/pictures
 while read -r name drawn; do
     convert "build/pictures/$drawn.png" -strip +dither -colors 96 -define png:exclude-chunks=date,time "PNG8:docs/pictures/$name.png"

@@ -1,7 +1,8 @@
-// Port utilities and the option lists of the choice boxes.
+// SPDX-License-Identifier: MIT
+// What the pages need around a port: the operating system's entry for it, and the lists of the choice boxes.
 #pragma once
 
-#include "base/text.h"
+#include "device_records/port_access.h"
 
 #include <vector>
 
@@ -14,7 +15,7 @@ struct Option {
 };
 using OptionList = std::vector<Option>;
 
-// Utilities around a port; holds no state, pages make one for the duration of an operation.
+// Holds no state, pages make one for the duration of an operation.
 class CUtils {
   public:
     CUtils() = default;
@@ -22,18 +23,14 @@ class CUtils {
     CUtils(const CUtils&) = default;
     CUtils& operator=(const CUtils&) = default;
 
-    // Whether the port (COM3) can be opened exclusively at this moment. False means that it is absent, held
-    // open or not accessible; callers take it for in use and ask before they go on.
-    [[nodiscard]] static bool CanOpenPort(TextView port_name) noexcept;
+    [[nodiscard]] static bool CanOpenPort(TextView port_name) noexcept { return qx::CanOpenPort(port_name); }
     // Writes the port's default line settings to the operating system's "Ports" key, COM3: = 115200,8,n,1,x.
-    // Baud rate in bits per second; the codes are those of the port's parameter set (data bits 0 to 3 for 5
-    // to 8; parity 0 to 4; stop bits 0 to 2; flow control 0, 1, 2 or 4). Writes nothing and answers false for
-    // a code outside its table.
-    [[nodiscard]] static bool WritePortsEntry(Text port_name, int baud_rate, DWORD data_bits, DWORD parity,
-                                              DWORD stop_bits, DWORD flow_control) noexcept;
+    // Baud rate in bits per second; the codes are those of driver_access/line_settings.h. Writes nothing and
+    // returns false for a code that has no letter.
+    [[nodiscard]] static bool WritePortsEntry(TextView port_name, int baud_rate, DWORD data_bits,
+                                              DWORD parity, DWORD stop_bits, DWORD flow_control) noexcept;
 
-    // The option lists, filtered by the driver's capability masks, and the choice boxes that show them. They
-    // belong to the pages and are defined in pages/option_lists.cpp.
+    // The option lists, filtered by the driver's capability masks, and the choice boxes that show them.
     [[nodiscard]] static OptionList BaudRateList(DWORD mask, DWORD max_rate);
     [[nodiscard]] static OptionList DataBitsList(DWORD mask);
     [[nodiscard]] static OptionList ParityList(UINT string_id, DWORD mask);

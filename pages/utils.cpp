@@ -1,47 +1,20 @@
-// The option lists of the choice boxes, and the boxes that show them.
-#include "base/module_instance.h"
-#include "device_records/utils.h"
+// SPDX-License-Identifier: MIT
+#include "pages/utils.h"
 
+#include "base/attempt.h"
+#include "base/module_instance.h"
+#include "driver_access/line_settings.h"
+
+#include <array>
 #include <span>
 
 namespace qx {
 
 namespace {
 
-// An entry whose value is its own text.
-struct NumberEntry {
-    DWORD number;
-    DWORD bit;  // of the capability mask
-    DWORD value;
-};
-
-constexpr NumberEntry kBaudRates[] = {
-    {75, 0x1, 75},
-    {110, 0x2, 110},
-    {134, 0x4, 134},
-    {150, 0x8, 150},
-    {300, 0x10, 300},
-    {600, 0x20, 600},
-    {1200, 0x40, 1200},
-    {1800, 0x80, 1800},
-    {2400, 0x100, 2400},
-    {4800, 0x200, 4800},
-    {7200, 0x400, 7200},
-    {9600, 0x800, 9600},
-    {14400, 0x1000, 14400},
-    {19200, 0x2000, 19200},
-    {38400, 0x4000, 38400},
-    // The drivers report this rate under a bit that the platform has for another one.
-    {57600, 0x8000, 57600},
-    {115200, 0x20000, 115200},
-    {128000, 0x10000, 128000},
-    // Rates beyond the platform's list share its bit for freely set ones.
-    {230400, 0x10000000, 230400},
-    {460800, 0x10000000, 460800},
-    {921600, 0x10000000, 921600},
-};
-
-constexpr NumberEntry kDataBits[] = {{5, 0x1, 0}, {6, 0x2, 1}, {7, 0x4, 2}, {8, 0x8, 3}};
+constexpr DWORD NumberOfDataBits(DWORD code) noexcept {
+    return 5 + code;
+}
 
 // An entry whose text is the part of a comma-separated string at the same position.
 struct TextEntry {
@@ -51,10 +24,37 @@ struct TextEntry {
 
 constexpr DWORD kAlways = 0;  // in place of a bit: offered whatever the mask says
 
-constexpr TextEntry kParities[] = {{0x400, 2}, {0x200, 1}, {0x100, 0}, {0x800, 3}, {0x1000, 4}};
-constexpr TextEntry kStopBits[] = {{0x1, 0}, {0x2, 1}, {0x4, 2}};
-constexpr TextEntry kFlowControls[] = {{0x4, 4}, {0x1, 1}, {kAlways, 0}};
-constexpr TextEntry kDuplexModes[] = {{0x1, 1}, {0x2, 2}, {0x4, 3}, {0x8, 4}, {0x10, 5}};
+template <typename... Codes>
+constexpr std::array<TextEntry, sizeof...(Codes)> EntriesOf(Codes... codes) {
+    return {{{BitOf(codes), codes}...}};
+}
+
+constexpr auto kParities = EntriesOf(kEvenParity, kOddParity, kNoParity, kMarkParity, kSpaceParity);
+constexpr auto kStopBits = EntriesOf(kOneStopBit, kOneAndAHalfStopBits, kTwoStopBits);
+constexpr auto kDuplexModes =
+    EntriesOf(kFullDuplex, kHalfDuplex, kTransmitOnly, kReceiveOnly, kDriversDisabled);
+constexpr TextEntry kFlowControls[] = {{kOffersXonXoff, kXonXoffFlowControl},
+                                       {kOffersHardware, kHardwareFlowControl},
+                                       {kAlways, kNoFlowControl}};
+
+// The parts of an entry of the "Ports" key, by code.
+constexpr std::array<WCHAR, 5> kParityLetters = {TEXT('n'), TEXT('o'), TEXT('e'), TEXT('m'), TEXT('s')};
+constexpr std::array<const WCHAR*, 3> kStopBitTexts = {TEXT("1"), TEXT("1.5"), TEXT("2")};
+
+// The end of an entry; null for a code without a meaning.
+const WCHAR* FlowControlEnd(DWORD flow_control) noexcept {
+    switch (flow_control) {
+        case kNoFlowControl:
+            return TEXT("");
+        case kHardwareFlowControl:
+        case kDsrFlowControl:
+            return TEXT(",p");
+        case kXonXoffFlowControl:
+            return TEXT(",x");
+        default:
+            return nullptr;
+    }
+}
 
 std::vector<Option> TextOptions(std::span<const TextEntry> entries, UINT string_id, DWORD mask) {
     const std::vector<Text> texts = SplitAtCommas(LoadText(string_id));
@@ -82,19 +82,31 @@ void Select(HWND box, LRESULT entry) noexcept {
 
 }  // namespace
 
+bool CUtils::WritePortsEntry(TextView port_name, int baud_rate, DWORD data_bits, DWORD parity,
+                             DWORD stop_bits, DWORD flow_control) noexcept {
+    const WCHAR* const end = FlowControlEnd(flow_control);
+    if (data_bits > kEightDataBits || parity > kSpaceParity || stop_bits > kTwoStopBits || !end)
+        return false;
+    return Attempt([&] {
+        const Text entry = Format(TEXT("%d,%d,%c,%s%s"), baud_rate, NumberOfDataBits(data_bits),
+                                  kParityLetters[parity], kStopBitTexts[stop_bits], end);
+        return qx::WritePortsEntry(port_name, entry.c_str());
+    });
+}
+
 OptionList CUtils::BaudRateList(DWORD mask, DWORD max_rate) {
     std::vector<Option> options;
     for (const auto& entry : kBaudRates)
-        if ((mask & entry.bit) && entry.number <= max_rate)
-            options.push_back({Format(TEXT("%d"), entry.number), entry.value});
+        if ((mask & entry.bit) && entry.rate <= max_rate)
+            options.push_back({Format(TEXT("%d"), entry.rate), entry.rate});
     return options;
 }
 
 OptionList CUtils::DataBitsList(DWORD mask) {
     std::vector<Option> options;
-    for (const auto& entry : kDataBits)
-        if (mask & entry.bit)
-            options.push_back({Format(TEXT("%d"), entry.number), entry.value});
+    for (const DataBits code : {kFiveDataBits, kSixDataBits, kSevenDataBits, kEightDataBits})
+        if (mask & BitOf(code))
+            options.push_back({Format(TEXT("%d"), NumberOfDataBits(code)), code});
     return options;
 }
 
