@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What the program can do, one function a command. Each says its result, answers the exit code, and throws
 // Failure when it cannot do what it was asked.
 #pragma once

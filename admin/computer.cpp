@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "admin/computer.h"
 
 #include "admin/text.h"
@@ -46,9 +47,11 @@ std::string Port::Name() const {
     return Utf8(places.port_name);
 }
 
-Computer::Computer()
+Computer::Computer() : Computer(qx::ReadSharedNamePlaces()) {}
+
+Computer::Computer(qx::SharedNamePlaces shared)
     : devices_(SetupDiGetClassDevsW(nullptr, nullptr, nullptr, DIGCF_ALLCLASSES)),
-      shared_(qx::ReadSharedNamePlaces()) {
+      shared_(std::move(shared)) {
     if (!devices_)
         throw Failure(kSystemFailed, "the devices cannot be listed: " + ErrorWords(GetLastError()));
     SP_DEVINFO_DATA element{};

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The computer that is looked after: its ports, and every other device that has a COM name.
 #pragma once
 
@@ -29,8 +30,11 @@ struct Port {
 // The ports as they are at one moment; look again after a change.
 class Computer {
   public:
-    // Reads every device. Throws Failure when the devices cannot be listed.
+    // Reads every device, and the places that all ports share. Throws Failure when the devices cannot be
+    // listed.
     Computer();
+    // Without the places that all ports share: nothing is asked for that takes a right of its own.
+    [[nodiscard]] static Computer OfPorts() { return Computer(qx::SharedNamePlaces()); }
 
     [[nodiscard]] const std::vector<Port>& Ports() const { return ports_; }
     [[nodiscard]] const qx::SharedNamePlaces& Shared() const { return shared_; }
@@ -48,6 +52,8 @@ class Computer {
     [[nodiscard]] std::string Property(const Port& port, DWORD property) const;
 
   private:
+    explicit Computer(qx::SharedNamePlaces shared);
+
     qx::DeviceSet devices_;
     qx::SharedNamePlaces shared_;
     std::vector<Port> ports_;

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // How a command ends.
 #pragma once
 
@@ -6,7 +7,8 @@
 
 namespace qxports {
 
-// The same for every command. 3 is the host program's, for machine files that cannot be used.
+// The same for every command; all but the first two mean that nothing was changed. 3 is the host program's,
+// for machine files that cannot be used.
 enum ExitCode : int {
     kDone = 0,
     kNotAsItShould = 1,  // names disagree; something was changed in part; the output cannot be written
@@ -16,7 +18,7 @@ enum ExitCode : int {
     kRefused = 6,        // what was asked would take something from somebody, or the answer was no
     kBusy = 7,           // a port is being installed
     kNoRight = 8,        // a right is missing, as a rule an administrator's
-    kSystemFailed = 9,   // a call of the platform failed; nothing was changed
+    kSystemFailed = 9,   // a call of the platform failed
 };
 
 class Failure : public std::runtime_error {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Settings from one station to others: export and import.
 #include "admin/commands.h"
 #include "admin/installation_lock.h"
@@ -80,7 +81,7 @@ std::vector<Import> Prepare(const Computer& computer, const std::vector<FilePort
 }  // namespace
 
 int Export(const Context& context, const std::vector<std::string>& names) {
-    const Computer computer;
+    const Computer computer = Computer::OfPorts();
     std::vector<const Port*> ports;
     for (const std::string& name : names)
         ports.push_back(&computer.Find(name));
@@ -95,7 +96,7 @@ int Export(const Context& context, const std::vector<std::string>& names) {
 int ImportFile(const Context& context, const std::string& file, bool by_position) {
     const InstallationLock lock(context);
     const std::vector<FilePort> wanted = ReadSettingsFile(ReadFile(file));
-    const Computer computer;
+    const Computer computer = Computer::OfPorts();
     const std::vector<Import> imports = Prepare(computer, wanted, by_position);
     std::string done;
     for (const Import& import : imports) {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "admin/installation_lock.h"
 
 #include "admin/text.h"
@@ -32,12 +33,15 @@ void InstallationLock::Take(std::size_t which, const Context& context) {
     qx::KernelObject& mutex = mutexes_[which];
     mutex.Reset(CreateMutexW(nullptr, FALSE, name.c_str()));
     if (!mutex) {
-        // The installer's own mutex is closed to everybody else while it installs.
+        // The one that an installation as the system has made lets administrators wait for it, and no more.
         const DWORD error = GetLastError();
-        throw Failure(
-            error == ERROR_ACCESS_DENIED ? kBusy : kSystemFailed,
-            "nothing is changed, for the port installation mutex cannot be had: " + ErrorWords(error) +
-                (error == ERROR_ACCESS_DENIED ? ". Perhaps a port is being installed right now" : ""));
+        if (error == ERROR_ACCESS_DENIED)
+            mutex.Reset(OpenMutexW(SYNCHRONIZE, FALSE, name.c_str()));
+        if (!mutex)
+            throw Failure(
+                error == ERROR_ACCESS_DENIED ? kBusy : kSystemFailed,
+                "nothing is changed, for the port installation mutex cannot be had: " + ErrorWords(error) +
+                    (error == ERROR_ACCESS_DENIED ? ". Perhaps a port is being installed right now" : ""));
     }
     DWORD outcome = WaitForSingleObject(mutex.Get(), 0);
     if (outcome == WAIT_TIMEOUT && context.manner.wait) {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Keeps out of the way of port installations, and keeps them out of ours.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // JSON as the commands write it.
 #pragma once
 

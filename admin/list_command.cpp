@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "admin/commands.h"
 #include "admin/json.h"
 #include "admin/port_state.h"
@@ -7,7 +8,7 @@
 namespace qxports {
 
 int List(const Context& context, bool all) {
-    const Computer computer;
+    const Computer computer = Computer::OfPorts();
     std::vector<TableRow> rows{{"Port", "Device", "Kind", "State", "Adapter"}};
     Json json = Json::array();
     for (const Port& port : computer.Ports()) {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "admin/name_report.h"
 
 #include "admin/table.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Whether the places that hold a port's COM name agree.
 #pragma once
 

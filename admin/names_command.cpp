@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "admin/commands.h"
 #include "admin/json.h"
 #include "admin/name_report.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "admin/commands.h"
 #include "admin/installation_lock.h"
 #include "admin/outcome.h"
@@ -79,7 +80,7 @@ void CarryOut(const Computer& computer, const std::vector<const Port*>& ports, c
     for (const qx::OrderStep& step : plan.steps) {
         qx::CCOMPortUtil port(computer.Set(), ports[step.port]->element);
         const bool last = &step == &plan.steps.back();
-        static_cast<void>(qx::RenamePort(port, step.to, nullptr, false, last, &NeverMind));
+        static_cast<void>(qx::RenamePort(port, step.to, {.reenumerate = last}, &NeverMind));
         try {
             RequireName(ports[step.port]->id, Utf8(step.to));
         } catch (const Failure& failure) {

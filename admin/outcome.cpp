@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "admin/outcome.h"
 
 #include "admin/failure.h"
@@ -21,8 +22,16 @@ void RequireWritable(const Computer& computer, const Port& port) {
                       (error == ERROR_ACCESS_DENIED ? ". This takes the rights of an administrator" : ""));
 }
 
+Computer AfterChange() {
+    try {
+        return {};
+    } catch (const Failure& failure) {
+        throw Failure(kNotAsItShould, "what was changed cannot be seen, for " + std::string(failure.what()));
+    }
+}
+
 void RequireName(const std::string& id, const std::string& name) {
-    const Computer computer;
+    const Computer computer = AfterChange();
     const NameReport report = ReportNames(computer);
     const auto found =
         std::ranges::find_if(report.ports, [&](const NamedPort& each) { return each.port.id == id; });

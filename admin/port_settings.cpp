@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "admin/port_settings.h"
 
 #include "admin/failure.h"
@@ -158,8 +159,14 @@ void PortSettings::Write() {
                 TakeBack(false, why);
             throw Failure(kNoAnswer, why);
         }
-    PortSettings stored(computer_, port_of_);
-    const std::vector<Setting> now = stored.All();
+    std::optional<PortSettings> stored;
+    try {
+        stored.emplace(computer_, port_of_);
+    } catch (const Failure& failure) {
+        throw Failure(kNotAsItShould,
+                      "the settings are written and cannot be read again: " + std::string(failure.what()));
+    }
+    const std::vector<Setting> now = stored->All();
     const std::vector<Setting> wanted = All();
     for (const Change& each : changes_)
         for (std::size_t i = 0; i < wanted.size(); ++i)

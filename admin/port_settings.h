@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A port's settings as its driver keeps them.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "admin/port_sheet.h"
 
 #include <vector>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The device manager's part in showing a port's properties.
 #pragma once
 

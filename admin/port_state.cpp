@@ -1,7 +1,8 @@
+// SPDX-License-Identifier: MIT
 #include "admin/port_state.h"
 
 #include "admin/text.h"
-#include "device_records/utils.h"
+#include "device_records/port_access.h"
 #include "driver_access/user_mode_config.h"
 #include "driver_access/vcp_parameters.h"
 
@@ -19,7 +20,7 @@ std::string StateOf(const Port& port) {
 }
 
 std::string WhyNotOpened(const qx::Text& name) {
-    if (qx::CUtils::CanOpenPort(name))
+    if (qx::CanOpenPort(name))
         return {};
     const DWORD error = GetLastError();
     return error == ERROR_ACCESS_DENIED || error == ERROR_SHARING_VIOLATION

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What a port is and what state it is in, in words.
 #pragma once
 

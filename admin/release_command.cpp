@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "admin/commands.h"
 #include "admin/installation_lock.h"
 #include "admin/port_state.h"
@@ -35,7 +36,8 @@ int Release(const Context& context, const std::string& wanted) {
     }
     const qx::SharedNamePlaces after = qx::ReadSharedNamePlaces();
     if (!after.claims || after.IsClaimed(number))
-        throw Failure(kSystemFailed, "the port database does not give " + name + " back");
+        throw Failure(after.claims ? kSystemFailed : kNotAsItShould,
+                      "the port database does not give " + name + " back");
     context.Say(name + " is free now");
     return kDone;
 }

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "admin/commands.h"
 #include "admin/installation_lock.h"
 #include "admin/outcome.h"
@@ -70,7 +71,7 @@ int Rename(const Context& context, const std::string& from, const std::string& t
         !why.empty() && !context.Asked(port.Name() + " is " + why + ". Rename it all the same?"))
         throw Failure(kRefused, "nothing is changed, for " + port.Name() + " is " + why);
     qx::CCOMPortUtil port_util(computer.Set(), port.element);
-    const bool renamed = qx::RenamePort(port_util, Wide(name), nullptr, false, true, free ? &GoBack : &GoOn);
+    const bool renamed = qx::RenamePort(port_util, Wide(name), {.reenumerate = true}, free ? &GoBack : &GoOn);
     RequireName(port.id, name);
     if (!renamed)
         throw Failure(kNotAsItShould, name + " has its name, but the system did not take everything");

@@ -1,6 +1,8 @@
+// SPDX-License-Identifier: MIT
 #include "admin/commands.h"
 #include "admin/installation_lock.h"
 #include "admin/name_report.h"
+#include "admin/outcome.h"
 #include "admin/port_state.h"
 #include "admin/text.h"
 #include "device_records/device_reg_info.h"
@@ -101,7 +103,7 @@ bool Has(const NamedPort& port, NamePlace place) {
 }
 
 void MendNames(const Context& context, const NamedPort& port) {
-    const Computer computer;
+    const Computer computer = AfterChange();
     computer.RequireAllKnown(kNotAsItShould);
     const Repair repair(computer, port.port);
     if (Has(port, NamePlace::kPortName))
@@ -113,7 +115,7 @@ void MendNames(const Context& context, const NamedPort& port) {
     if (Has(port, NamePlace::kDosName))
         repair.DosNames();
     // What is left may come right when the driver starts anew.
-    const Computer now;
+    const Computer now = AfterChange();
     now.RequireAllKnown(kNotAsItShould);
     const NameReport report = ReportNames(now);
     const NamedPort* const left = FindPort(report, port.port.id);
@@ -149,7 +151,7 @@ int RepairNames(const Context& context) {
         context.Say("these would be made to say what \"PortName\" says, where that takes nobody else's name");
         return kDone;
     }
-    const Computer now;
+    const Computer now = AfterChange();
     now.RequireAllKnown(kNotAsItShould);
     const NameReport after = ReportNames(now);
     if (!after.Agrees())

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "admin/run.h"
 
 #include "admin/commands.h"
@@ -15,16 +16,16 @@ namespace qxports {
 namespace {
 
 constexpr const char* kFooter =
-    "Exit codes:\n"
+    "Exit codes (all but 0 and 1 mean that nothing was changed):\n"
     "  0  done, and all is as it should be\n"
     "  1  names disagree, or only a part was done; the message says which\n"
-    "  2  the command line, a value or a file makes no sense; nothing was changed\n"
+    "  2  the command line, a value or a file makes no sense\n"
     "  4  there is no such port or adapter, or several\n"
     "  5  the port's driver is not there, does not answer or refuses\n"
     "  6  refused: it would take something from somebody, or the answer to a question was no\n"
     "  7  a port is being installed right now; --wait waits for it\n"
     "  8  a right is missing, as a rule an administrator's\n"
-    "  9  the system failed a call; nothing was changed\n";
+    "  9  the system failed a call\n";
 
 constexpr std::array kCommands{
     CommandName{"list", "list the ports"},
@@ -238,6 +239,11 @@ int Run(const std::string& program, std::vector<std::string> arguments, Surround
         code = failure.Code();
         error = failure.what();
         around.Err(program + ": " + Visible(error) + '\n');
+    } catch (const std::exception& problem) {
+        // Out of memory, as a rule, and it may have been in the middle of a change.
+        code = line.Changing() && !context.manner.dry_run ? kNotAsItShould : kSystemFailed;
+        error = problem.what();
+        around.Err(program + ": " + error + '\n');
     }
     if (context.manner.json && line.Changing())
         around.Out(Dump({{"exitCode", code}, {"said", said}, {"error", error}}));

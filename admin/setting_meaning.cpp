@@ -1,6 +1,8 @@
+// SPDX-License-Identifier: MIT
 #include "admin/setting_meaning.h"
 
 #include "admin/failure.h"
+#include "driver_access/line_settings.h"
 
 #include <algorithm>
 #include <array>
@@ -33,48 +35,73 @@ struct Rule {
 constexpr std::array kFlag{Choice{0, "off", "off", 0}, Choice{1, "on", "on", 0}};
 constexpr std::array kLine{Choice{0, "no", "no such line", 0}, Choice{1, "yes", "present", 0}};
 constexpr std::array kPortKind{Choice{0, "ordinary", "ordinary port", 0},
-                               Choice{1, "rs422", "RS-422/485 port", 0}};
-constexpr std::array kDuplex{Choice{0, "unset", "not set", 0},
-                             Choice{1, "full", "RS-422/485 full duplex", 0x1},
-                             Choice{2, "half", "RS-485 half duplex, automatic gating", 0x2},
-                             Choice{3, "transmit", "transmit only", 0x4},
-                             Choice{4, "receive", "receive only", 0x8},
-                             Choice{5, "disabled", "transmitter and receiver disabled", 0x10}};
-constexpr std::array kDataBits{Choice{0, "5", "5 bits", 0x1}, Choice{1, "6", "6 bits", 0x2},
-                               Choice{2, "7", "7 bits", 0x4}, Choice{3, "8", "8 bits", 0x8}};
-constexpr std::array kParity{Choice{0, "none", "no parity", 0x100}, Choice{1, "odd", "odd parity", 0x200},
-                             Choice{2, "even", "even parity", 0x400}, Choice{3, "mark", "mark parity", 0x800},
-                             Choice{4, "space", "space parity", 0x1000}};
-constexpr std::array kStopBits{Choice{0, "1", "1 stop bit", 0x1}, Choice{1, "1.5", "1.5 stop bits", 0x2},
-                               Choice{2, "2", "2 stop bits", 0x4}};
-constexpr std::array kFlow{Choice{0, "none", "no flow control", 0},
-                           Choice{1, "hardware", "hardware (RTS/CTS)", 0x1},
-                           Choice{4, "xonxoff", "Xon/Xoff", 0x4}};
-constexpr std::array kPolicy{Choice{0, "latency", "latency has priority", 0},
-                             Choice{1, "cpu", "CPU usage has priority", 0}};
+                               Choice{qx::kRs422485Port, "rs422", "RS-422/485 port", 0}};
+
+// A code that the set's mask limits.
+template <typename Code>
+constexpr Choice Limited(Code code, const char* word, const char* meaning) {
+    return {code, word, meaning, qx::BitOf(code)};
+}
+constexpr std::array kDuplex{Choice{qx::kDuplexNotSet, "unset", "not set", 0},
+                             Limited(qx::kFullDuplex, "full", "RS-422/485 full duplex"),
+                             Limited(qx::kHalfDuplex, "half", "RS-485 half duplex, automatic gating"),
+                             Limited(qx::kTransmitOnly, "transmit", "transmit only"),
+                             Limited(qx::kReceiveOnly, "receive", "receive only"),
+                             Limited(qx::kDriversDisabled, "disabled", "transmitter and receiver disabled")};
+constexpr std::array kDataBits{
+    Limited(qx::kFiveDataBits, "5", "5 bits"), Limited(qx::kSixDataBits, "6", "6 bits"),
+    Limited(qx::kSevenDataBits, "7", "7 bits"), Limited(qx::kEightDataBits, "8", "8 bits")};
+constexpr std::array kParity{
+    Limited(qx::kNoParity, "none", "no parity"), Limited(qx::kOddParity, "odd", "odd parity"),
+    Limited(qx::kEvenParity, "even", "even parity"), Limited(qx::kMarkParity, "mark", "mark parity"),
+    Limited(qx::kSpaceParity, "space", "space parity")};
+constexpr std::array kStopBits{Limited(qx::kOneStopBit, "1", "1 stop bit"),
+                               Limited(qx::kOneAndAHalfStopBits, "1.5", "1.5 stop bits"),
+                               Limited(qx::kTwoStopBits, "2", "2 stop bits")};
+constexpr std::array kFlow{
+    Choice{qx::kNoFlowControl, "none", "no flow control", 0},
+    Choice{qx::kHardwareFlowControl, "hardware", "hardware (RTS/CTS)", qx::kOffersHardware},
+    Choice{qx::kXonXoffFlowControl, "xonxoff", "Xon/Xoff", qx::kOffersXonXoff}};
+constexpr std::array kPolicy{Choice{qx::kLatencyPolicy, "latency", "latency has priority", 0},
+                             Choice{qx::kCpuUsagePolicy, "cpu", "CPU usage has priority", 0}};
+
+// A bit of a mask, and what it offers.
+constexpr Choice Offer(std::uint32_t bit, const char* meaning) {
+    return {bit, "", meaning, 0};
+}
+constexpr std::uint32_t BitOfRate(std::uint32_t rate) {
+    for (const qx::BaudRate& each : qx::kBaudRates)
+        if (each.rate == rate)
+            return each.bit;
+    return 0;
+}
+// The pages list no 56000, but a driver can have its bit.
 constexpr std::array kBaudBits{
-    Choice{0x1, "", "75", 0},         Choice{0x2, "", "110", 0},
-    Choice{0x4, "", "134", 0},        Choice{0x8, "", "150", 0},
-    Choice{0x10, "", "300", 0},       Choice{0x20, "", "600", 0},
-    Choice{0x40, "", "1200", 0},      Choice{0x80, "", "1800", 0},
-    Choice{0x100, "", "2400", 0},     Choice{0x200, "", "4800", 0},
-    Choice{0x400, "", "7200", 0},     Choice{0x800, "", "9600", 0},
-    Choice{0x1000, "", "14400", 0},   Choice{0x2000, "", "19200", 0},
-    Choice{0x4000, "", "38400", 0},   Choice{0x40000, "", "56000", 0},
-    Choice{0x8000, "", "57600", 0},   Choice{0x20000, "", "115200", 0},
-    Choice{0x10000, "", "128000", 0}, Choice{0x10000000, "", "230400 460800 921600", 0}};
-constexpr std::array kParityBits{Choice{0x100, "", "none", 0}, Choice{0x200, "", "odd", 0},
-                                 Choice{0x400, "", "even", 0}, Choice{0x800, "", "mark", 0},
-                                 Choice{0x1000, "", "space", 0}};
-constexpr std::array kDataBitsBits{Choice{0x1, "", "5", 0}, Choice{0x2, "", "6", 0}, Choice{0x4, "", "7", 0},
-                                   Choice{0x8, "", "8", 0}};
-constexpr std::array kStopBitsBits{Choice{0x1, "", "1", 0}, Choice{0x2, "", "1.5", 0},
-                                   Choice{0x4, "", "2", 0}};
-constexpr std::array kFlowBits{Choice{0x1, "", "hardware, CTS emulation", 0},
-                               Choice{0x2, "", "DSR emulation", 0}, Choice{0x4, "", "Xon/Xoff", 0}};
-constexpr std::array kDuplexBits{Choice{0x1, "", "full", 0}, Choice{0x2, "", "half", 0},
-                                 Choice{0x4, "", "transmit", 0}, Choice{0x8, "", "receive", 0},
-                                 Choice{0x10, "", "disabled", 0}};
+    Offer(BitOfRate(75), "75"),         Offer(BitOfRate(110), "110"),
+    Offer(BitOfRate(134), "134"),       Offer(BitOfRate(150), "150"),
+    Offer(BitOfRate(300), "300"),       Offer(BitOfRate(600), "600"),
+    Offer(BitOfRate(1200), "1200"),     Offer(BitOfRate(1800), "1800"),
+    Offer(BitOfRate(2400), "2400"),     Offer(BitOfRate(4800), "4800"),
+    Offer(BitOfRate(7200), "7200"),     Offer(BitOfRate(9600), "9600"),
+    Offer(BitOfRate(14400), "14400"),   Offer(BitOfRate(19200), "19200"),
+    Offer(BitOfRate(38400), "38400"),   Offer(0x40000, "56000"),
+    Offer(BitOfRate(57600), "57600"),   Offer(BitOfRate(115200), "115200"),
+    Offer(BitOfRate(128000), "128000"), Offer(BitOfRate(230400), "230400 460800 921600")};
+constexpr std::array kParityBits{Offer(BitOf(qx::kNoParity), "none"), Offer(BitOf(qx::kOddParity), "odd"),
+                                 Offer(BitOf(qx::kEvenParity), "even"), Offer(BitOf(qx::kMarkParity), "mark"),
+                                 Offer(BitOf(qx::kSpaceParity), "space")};
+constexpr std::array kDataBitsBits{Offer(BitOf(qx::kFiveDataBits), "5"), Offer(BitOf(qx::kSixDataBits), "6"),
+                                   Offer(BitOf(qx::kSevenDataBits), "7"),
+                                   Offer(BitOf(qx::kEightDataBits), "8")};
+constexpr std::array kStopBitsBits{Offer(BitOf(qx::kOneStopBit), "1"),
+                                   Offer(BitOf(qx::kOneAndAHalfStopBits), "1.5"),
+                                   Offer(BitOf(qx::kTwoStopBits), "2")};
+constexpr std::array kFlowBits{Offer(qx::kOffersHardware, "hardware, CTS emulation"),
+                               Offer(qx::kOffersDsr, "DSR emulation"), Offer(qx::kOffersXonXoff, "Xon/Xoff")};
+constexpr std::array kDuplexBits{Offer(BitOf(qx::kFullDuplex), "full"), Offer(BitOf(qx::kHalfDuplex), "half"),
+                                 Offer(BitOf(qx::kTransmitOnly), "transmit"),
+                                 Offer(BitOf(qx::kReceiveOnly), "receive"),
+                                 Offer(BitOf(qx::kDriversDisabled), "disabled")};
 
 constexpr const char* kBaud = "bits per second";
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The drivers' settings in plain words, both ways.
 #pragma once
 

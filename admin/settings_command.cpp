@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "admin/commands.h"
 #include "admin/installation_lock.h"
 #include "admin/json.h"
@@ -62,7 +63,7 @@ int Settings(const Context& context, const std::string& name, const std::vector<
     std::optional<InstallationLock> lock;
     if (!assignments.empty() && !context.manner.dry_run)
         lock.emplace(context);
-    const Computer computer;
+    const Computer computer = Computer::OfPorts();
     const Port& port = computer.Find(name);
     PortSettings settings(computer, port, defaults);
     if (assignments.empty())

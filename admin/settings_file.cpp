@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "admin/settings_file.h"
 
 #include "admin/failure.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The settings of ports as a file: JSON that one station writes and another takes.
 #pragma once
 

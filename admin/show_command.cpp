@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "admin/commands.h"
 #include "admin/computer.h"
 #include "admin/port_sheet.h"
@@ -6,7 +7,7 @@
 namespace qxports {
 
 int ShowSheet(const Context& context, const std::string& name) {
-    const Computer computer;
+    const Computer computer = Computer::OfPorts();
     const Port& port = computer.Find(name);
     const LPFNADDPROPSHEETPAGES provider = context.around.PageProvider();
     const INT_PTR result = ShowPortSheet(provider, computer.Set(), port.element, Wide(port.shown));

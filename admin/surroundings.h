@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What a command needs beside the computer: where it is read, who answers, and where the pages come from.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "admin/table.h"
 
 #include "admin/text.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Tables for people: columns as wide as their widest cell.
 #pragma once
 

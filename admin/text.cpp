@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "admin/text.h"
 
 #include <array>

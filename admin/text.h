@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Texts between the platform's UTF-16 and the UTF-8 of terminals and files.
 #pragma once
 

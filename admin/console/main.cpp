@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // qxports.exe: the commands on a real computer and its console.
 #include "admin/failure.h"
 #include "admin/run.h"
@@ -5,7 +6,6 @@
 
 #include <array>
 #include <cstdio>
-#include <exception>
 
 namespace qxports {
 
@@ -109,12 +109,7 @@ int Main(int count, wchar_t** arguments) {
     std::vector<std::string> words;
     for (int i = 1; i < count; ++i)
         words.push_back(Utf8(qx::TextView(arguments[i])));
-    int code = kSystemFailed;
-    try {
-        code = Run("qxports", std::move(words), console);
-    } catch (const std::exception& error) {
-        console.Err("qxports: " + std::string(error.what()) + '\n');
-    }
+    const int code = Run("qxports", std::move(words), console);
     if (!console.OutputFailed())
         return code;
     console.Err("qxports: the output cannot be written\n");
