@@ -1,11 +1,14 @@
+// SPDX-License-Identifier: MIT
+#include "host/admin_command.h"
+
 #include "host/commands.h"
-#include "host/desk.h"
 #include "host/failure.h"
 #include "host/session.h"
 
 #include "admin/run.h"
 
 #include <iostream>
+#include <utility>
 
 namespace qxhost {
 
@@ -31,16 +34,18 @@ class TerminalSurroundings : public qxports::Surroundings {
 
 }  // namespace
 
-int RunAdminCommand(const MachineOptions& options, const std::vector<std::string>& arguments) {
-    Session session(options.machine);
-    if (options.trace)
-        session.TraceCalls();
+int RunAdmin(Desk& desk, std::vector<std::string> arguments, const std::function<bool()>& user) {
     TerminalSurroundings surroundings;
-    const std::unique_ptr<Desk> desk = OpenDesk();
     int code = kDone;
-    desk->Use([&] { code = qxports::Run("qxhost MACHINE", arguments, surroundings); }, {});
-    if (qxsim::Instruments::The().Changes() != 0)
-        session.Store();
+    desk.Use([&] { code = qxports::Run("qxhost MACHINE", std::move(arguments), surroundings); }, user);
+    return code;
+}
+
+int RunAdminCommand(const MachineOptions& options, const std::vector<std::string>& arguments) {
+    Session session(options);
+    session.TraceCalls();
+    const int code = RunAdmin(*OpenDesk(), arguments, {});
+    session.Store();
     return code;
 }
 

@@ -1,9 +1,8 @@
+// SPDX-License-Identifier: MIT
 #include "host/box_answers.h"
 
-#include "host/screen.h"
+#include "host/control_finder.h"
 
-#include <algorithm>
-#include <cctype>
 #include <iostream>
 #include <vector>
 
@@ -11,60 +10,44 @@ namespace qxhost {
 
 namespace {
 
-struct Button {
-    HWND window;
-    std::string name;
-};
-
-bool Same(const std::string& a, const std::string& b) {
-    return std::equal(a.begin(), a.end(), b.begin(), b.end(),
-                      [](unsigned char x, unsigned char y) { return std::tolower(x) == std::tolower(y); });
-}
-
-std::vector<Button> ButtonsOf(HWND box) {
-    std::vector<Button> buttons;
-    for (HWND control : screen::ControlsOn(box))
-        if (screen::KindOf(control) == screen::Kind::kButton)
-            buttons.push_back({control, screen::Spoken(screen::TextOf(control))});
-    return buttons;
-}
-
-}  // namespace
-
-std::function<bool()> BoxAnswers::AsUser(const Desk& desk) {
-    if (answer_.empty() && desk.HasScreen())
-        return {};
-    return [this] { return Step(); };
-}
-
-bool BoxAnswers::Step() {
+bool AnswerBox(std::string answer, const std::function<void(const std::string&)>& say) {
     HWND box = screen::Front();
     if (box == nullptr)
         return false;
-    const std::vector<Button> buttons = ButtonsOf(box);
+    const std::vector<HWND> buttons = screen::ControlsOfKind(box, screen::Kind::kButton);
     if (buttons.empty())
         return false;
     for (const std::string& line : screen::Describe(box))
-        say_(line);
-    std::string answer = answer_;
+        say(line);
     if (answer.empty() && buttons.size() > 1) {
         if (TerminalIsThere()) {
-            say_("Your answer:");
+            say("Your answer:");
             if (!std::getline(std::cin, answer))
                 answer = "no";
         } else {
-            say_("Nobody is there to ask, and neither --answer yes nor --answer no was given.");
+            say("Nobody is there to ask, and neither --answer yes nor --answer no was given.");
             answer = "no";
         }
     }
     // One letter will do, and what is no button's name changes nothing.
-    const Button* chosen = &buttons.back();
-    for (const Button& button : buttons)
-        if (!answer.empty() && (Same(button.name, answer) || Same(button.name.substr(0, 1), answer)))
-            chosen = &button;
-    say_("Answered: " + chosen->name);
-    screen::Click(chosen->window);
+    HWND chosen = buttons.back();
+    for (HWND button : buttons) {
+        const std::string name = screen::Spoken(screen::TextOf(button));
+        if (!answer.empty() && (Same(name, answer) || Same(name.substr(0, 1), answer)))
+            chosen = button;
+    }
+    say("Answered: " + screen::Spoken(screen::TextOf(chosen)));
+    screen::Click(chosen);
     return true;
+}
+
+}  // namespace
+
+std::function<bool()> BoxAnswerer(const Desk& desk, const std::string& answer,
+                                  const std::function<void(const std::string&)>& say) {
+    if (answer.empty() && desk.HasScreen())
+        return {};
+    return [=] { return AnswerBox(answer, say); };
 }
 
 }  // namespace qxhost

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "host/device_installer.h"
 
 #include "host/desk.h"
@@ -68,7 +69,7 @@ std::string NameOfAnswer(DWORD answer) {
         case ERROR_DI_DONT_INSTALL:
             return "refused (ERROR_DI_DONT_INSTALL)";
         case ERROR_DI_DO_DEFAULT:
-            return "nothing of mine (ERROR_DI_DO_DEFAULT)";
+            return "not handled (ERROR_DI_DO_DEFAULT)";
         default:
             return "error " + Hexadecimal(answer);
     }
@@ -139,7 +140,8 @@ CoInstaller EntryFor(Role role) {
 DWORD DeviceInstaller::Ask(const std::string& id, DI_FUNCTION request, COINSTALLER_CONTEXT_DATA& context) {
     const Device& device = *Machine().Find(id);
     const CoInstaller entry = EntryFor(RoleOf(Machine(), device));
-    HandedDevice handed = session_.Hand(device);
+    SP_DEVINFO_DATA element{};
+    const HDEVINFO set = qxsim::HandDevice(Machine(), device, element);
     std::string call = NameOf(request) + (context.PostProcessing ? ", called back" : "");
     call.resize(std::max<std::size_t>(call.size(), 34), ' ');
     // What the request leads to is told between it and its answer.
@@ -148,7 +150,7 @@ DWORD DeviceInstaller::Ask(const std::string& id, DI_FUNCTION request, COINSTALL
     out_ << std::string(2 + std::size_t{2} * depth_, ' ') << call << std::flush;
     line_open_ = true;
     ++depth_;
-    const DWORD answer = entry(request, handed.set, &handed.element, &context);
+    const DWORD answer = entry(request, set, &element, &context);
     --depth_;
     if (line_open_) {
         out_ << " -> " << NameOfAnswer(answer) << std::endl;
@@ -177,8 +179,8 @@ DWORD DeviceInstaller::AskNested(DI_FUNCTION request, HDEVINFO set, PSP_DEVINFO_
     COINSTALLER_CONTEXT_DATA context{};
     ++depth_;
     DWORD answer = entry(request, set, element, &context);
-    // The machine does its own part when all of this has been answered: who asks for a call back gets it
-    // before that part, not behind it.
+    // The machine does its own work after this, so a co-installer that wants a call back gets it before the
+    // machine's own work, not after it.
     if (answer == ERROR_DI_POSTPROCESSING_REQUIRED) {
         context.PostProcessing = TRUE;
         answer = entry(request, set, element, &context);
@@ -246,7 +248,7 @@ void DeviceInstaller::InstallOne(const std::string& id, bool renew_ports, unsign
         const DWORD answer = Ask(id, request, context);
         if (answer != wanted) {
             all_well_ = false;
-            Say("... where " + NameOfAnswer(wanted) + " was to be expected");
+            Say("... expected " + NameOfAnswer(wanted));
         }
         return answer;
     };

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The device installer: which requests it makes of a device's co-installer, in which order, and what it does
 // itself in between.
 #pragma once
@@ -16,7 +17,7 @@ enum class Role { kNone, kAdapter, kPort, kGpio };
 [[nodiscard]] Role RoleOf(const qxsim::Machine& machine, const qxsim::Device& device);
 
 // Makes requests of the library's co-installers and prints each with its answer. Devices are named by
-// instance id, for their records move when the machine gets new devices.
+// instance id, because their records move when the machine gets new devices.
 class DeviceInstaller {
   public:
     // `result` is what the platform's own part of each installation is said to have ended with.
@@ -32,8 +33,8 @@ class DeviceInstaller {
     void Install(const std::string& id, bool renew_ports, unsigned new_ports);
     // Asks whether the device's driver may be updated by itself; false when the co-installer refuses.
     [[nodiscard]] bool AskForUpdate(const std::string& id);
-    // Uninstalls the device and what is below it, ports first. What a co-installer refuses to have removed
-    // stays, and so does what it is part of.
+    // Uninstalls the device and what is below it, ports first. If a co-installer refuses, its device and all
+    // devices above it stay.
     void Remove(const std::string& id);
 
     // Prints a line below the request that it belongs to.

@@ -1,27 +1,22 @@
+// SPDX-License-Identifier: MIT
 // How a command ends when it cannot do what it was asked.
 #pragma once
 
-#include <stdexcept>
-#include <string>
+#include "admin/failure.h"
 
 namespace qxhost {
 
-enum ExitCode : int {
-    kDone = 0,
-    kNotAsItShould = 1,  // names that disagree, a script that saw something else, an installation that failed
-    kBadUse = 2,         // a command line that makes no sense, a value that cannot be
-    kBadMachine = 3,     // the machine file is missing, broken or cannot be written
-    kUnknownDevice = 4,  // no port or adapter of that name, or several
-    kNoAnswer = 5,       // the port's driver is not there or refuses
-};
-
-class Failure : public std::runtime_error {
-  public:
-    Failure(ExitCode code, const std::string& what) : std::runtime_error(what), code_(code) {}
-    [[nodiscard]] ExitCode Code() const { return code_; }
-
-  private:
-    ExitCode code_;
-};
+using qxports::ExitCode;
+using qxports::Failure;
+using qxports::kBadUse;
+using qxports::kDone;
+using qxports::kNoAnswer;
+using qxports::kNotAsItShould;
+// No port or adapter of that name, or several.
+inline constexpr ExitCode kUnknownDevice = qxports::kUnknownPort;
+// The machine file is missing, broken or cannot be written.
+inline constexpr auto kBadMachine = static_cast<ExitCode>(3);
+// Something that no command expects, such as a library that is not there.
+inline constexpr auto kUnexpected = static_cast<ExitCode>(10);
 
 }  // namespace qxhost

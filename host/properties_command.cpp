@@ -1,9 +1,12 @@
+// SPDX-License-Identifier: MIT
+#include "host/admin_command.h"
 #include "host/commands.h"
 #include "host/failure.h"
-#include "host/property_sheet.h"
 #include "host/screen.h"
+#include "host/session.h"
 #include "host/user_script.h"
 
+#include <algorithm>
 #include <iostream>
 #include <map>
 
@@ -12,14 +15,13 @@ namespace qxhost {
 namespace {
 
 // What a user is to do at the properties of the one port that the command line names.
-Script ScriptOf(const PropertiesOptions& properties) {
+std::vector<Statement> ScriptOf(const PropertiesOptions& properties) {
     const bool from_file = !properties.script_file.empty();
     const std::string where = from_file ? properties.script_file.string() + ": " : "";
     try {
-        Script script = ParseScript(from_file ? ReadScript(properties.script_file) : properties.script);
-        if (!script.machine.empty() || !script.port.empty() || !script.held.empty() || !script.after.empty())
-            throw ScriptError(
-                "machine:, port:, held: and after: belong to test scripts; run those with --script-suite");
+        std::vector<Statement> script =
+            SplitScript(from_file ? ReadScript(properties.script_file) : properties.script);
+        std::ranges::for_each(script, CheckStatement);
         return script;
     } catch (const ScriptError& error) {
         throw Failure(kBadUse, where + error.what());
@@ -36,7 +38,7 @@ class Watcher {
         if (front != nullptr) {
             if (!options_.quiet)
                 Show(front);
-            // The page as it stands last before the windows close.
+            // The last picture before the windows close is the one that stays.
             if (!options_.picture.empty() && !screen::IsMessageBox(front))
                 desk_.Draw(front, options_.picture);
         }
@@ -62,76 +64,50 @@ class Watcher {
     std::map<HWND, std::vector<std::string>> seen_;
 };
 
-// Without a script: every page is turned to once, then the sheet is cancelled.
-class Reader {
-  public:
-    explicit Reader(Watcher& watcher) : watcher_(watcher) {}
-
-    bool Step() {
-        HWND front = screen::Front();
-        if (front == nullptr)
-            return false;
-        watcher_.Look(front, nullptr);
-        if (screen::IsMessageBox(front) || next_tab_ + 1 >= screen::TabsOf(front).size())
-            return screen::CancelFront();
-        screen::ShowTab(front, static_cast<int>(++next_tab_));
-        return true;
-    }
-
-  private:
-    Watcher& watcher_;
-    std::size_t next_tab_ = 0;
-};
+// Without a script: every page is shown once, then the sheet is cancelled.
+bool ShowNextPage(Watcher& watcher, std::size_t& tab) {
+    HWND front = screen::Front();
+    if (front == nullptr)
+        return false;
+    watcher.Look(front, nullptr);
+    if (screen::IsMessageBox(front) || tab + 1 >= screen::TabsOf(front).size())
+        return screen::CancelFront();
+    screen::ShowTab(front, static_cast<int>(++tab));
+    return true;
+}
 
 }  // namespace
 
 int ShowProperties(const MachineOptions& options, const PropertiesOptions& properties) {
-    Session session(options.machine);
-    if (!options.os.empty())
-        session.PretendVersion(options.os);
-    const qxsim::Device& port = session.Port(properties.port);
+    Session session(options);
     const bool scripted = !properties.script.empty() || !properties.script_file.empty();
-    const Script script = ScriptOf(properties);
+    std::vector<Statement> script = ScriptOf(properties);
     const std::unique_ptr<Desk> desk = OpenDesk();
-    if (!properties.picture.empty() && properties.picture.extension() != desk->PictureSuffix())
-        throw Failure(kBadUse, "--picture " + properties.picture.string() + ": pictures here are " +
-                                   desk->PictureSuffix() + " files");
+    if (!properties.picture.empty() && !desk->CanDraw())
+        throw Failure(kBadUse,
+                      "--picture: the simulated desktop is not drawn; qxhost.exe draws the real one");
     if (properties.wait && !desk->HasScreen())
         throw Failure(kBadUse,
                       "--wait: nobody can sit in front of the simulated desktop; use --do or --script");
-    if (options.trace)
-        session.TraceCalls();
-    const std::string before = session.Machine().ToJson();
+    session.TraceCalls();
 
     Watcher watcher(*desk, properties);
-    User user(script.steps, *desk,
+    User user(std::move(script), *desk,
               {[&](HWND front, const Statement* next) { watcher.Look(front, next); }, {}});
-    Reader reader(watcher);
+    std::size_t tab = 0;
     std::function<bool()> who;
     if (scripted)
         who = [&] { return user.Step(); };
     else if (!properties.wait)
-        who = [&] { return reader.Step(); };
-    // Nothing may be thrown through the windows that call the user.
-    std::string problem;
-    if (who)
-        who = [who, &problem] {
-            try {
-                return problem.empty() && who();
-            } catch (const std::exception& error) {
-                problem = error.what();
-                return false;
-            }
-        };
-    static_cast<void>(ShowPropertySheet(session, port, *desk, who));
-    if (!problem.empty())
-        throw Failure(kBadUse, problem);
+        who = [&] { return ShowNextPage(watcher, tab); };
+    static_cast<void>(LibraryEntry("QxUPortPropPage"));  // says first if the library is not there
+    if (const int code = RunAdmin(*desk, {"show", properties.port}, who); code != kDone)
+        return code;
     if (scripted)
         user.WindowsClosed();
     if (!user.Failure().empty())
         throw Failure(kNotAsItShould, "the script stopped; nothing was stored. " + user.Failure());
-    if (session.Machine().ToJson() != before)
-        session.Store();
+    session.Store();
     return kDone;
 }
 

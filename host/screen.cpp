@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "host/screen.h"
 
 #include "platform/machine/instruments.h"
@@ -26,10 +27,8 @@ bool HasText(const std::string& text) {
 }
 
 HWND FirstOfKind(HWND window, Kind kind) {
-    for (HWND control : ControlsOn(window))
-        if (KindOf(control) == kind)
-            return control;
-    return nullptr;
+    const std::vector<HWND> controls = ControlsOfKind(window, kind);
+    return controls.empty() ? nullptr : controls.front();
 }
 
 BOOL CALLBACK CollectWindow(HWND window, LPARAM list) {
@@ -115,7 +114,7 @@ struct Placed {
     RECT place;
 };
 
-// Controls side by side share a row: each joins the row whose first control it stands beside.
+// Controls side by side share a row: each joins the row whose first control is at its height.
 std::vector<std::vector<Placed>> Rows(std::vector<Placed> controls) {
     std::stable_sort(controls.begin(), controls.end(),
                      [](const Placed& a, const Placed& b) { return a.place.top < b.place.top; });
@@ -241,6 +240,12 @@ std::vector<HWND> ControlsOn(HWND window) {
     return controls;
 }
 
+std::vector<HWND> ControlsOfKind(HWND window, Kind kind) {
+    std::vector<HWND> controls = ControlsOn(window);
+    std::erase_if(controls, [kind](HWND control) { return KindOf(control) != kind; });
+    return controls;
+}
+
 HWND Front() {
     std::vector<HWND> windows;
     EnumThreadWindows(GetCurrentThreadId(), CollectWindow, reinterpret_cast<LPARAM>(&windows));
@@ -273,10 +278,9 @@ bool IsMessageBox(HWND window) {
 
 std::string BoxText(HWND box) {
     std::string text;
-    for (HWND control : ControlsOn(box))
-        if (KindOf(control) == Kind::kLabel)
-            if (std::string each = TextOf(control); each.size() > text.size())
-                text = std::move(each);
+    for (HWND label : ControlsOfKind(box, Kind::kLabel))
+        if (std::string each = TextOf(label); each.size() > text.size())
+            text = std::move(each);
     return text;
 }
 
@@ -375,12 +379,9 @@ bool CancelFront() {
     if (window == nullptr)
         return false;
     HWND last = nullptr;
-    for (HWND control : ControlsOn(window)) {
-        if (KindOf(control) != Kind::kButton)
-            continue;
-        last = control;
-        const int id = GetDlgCtrlID(control);
-        if (id == IDCANCEL || id == IDNO)
+    for (HWND button : ControlsOfKind(window, Kind::kButton)) {
+        last = button;
+        if (GetDlgCtrlID(button) == IDCANCEL || GetDlgCtrlID(button) == IDNO)
             break;
     }
     if (last != nullptr)
@@ -394,9 +395,8 @@ std::vector<std::string> Describe(HWND window) {
     std::vector<std::string> lines;
     if (IsMessageBox(window)) {
         std::string buttons;
-        for (HWND control : ControlsOn(window))
-            if (KindOf(control) == Kind::kButton)
-                buttons += " < " + Spoken(TextOf(control)) + " >";
+        for (HWND button : ControlsOfKind(window, Kind::kButton))
+            buttons += " < " + Spoken(TextOf(button)) + " >";
         const std::string icon = BoxIcon(window);
         lines.push_back("[" + TextOf(window) + "]" + (icon.empty() ? "" : " (" + icon + ")"));
         lines.push_back("  " + Spoken(BoxText(window)));

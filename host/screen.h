@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What is on the screen, seen through the window calls alone, so that it reads the same on the simulated
 // desktop and on a real one. Only windows of the calling thread count. Texts are UTF-8.
 #pragma once
@@ -32,6 +33,7 @@ enum class Kind {
 
 // Controls directly on a window, in tab order.
 [[nodiscard]] std::vector<HWND> ControlsOn(HWND window);
+[[nodiscard]] std::vector<HWND> ControlsOfKind(HWND window, Kind kind);
 
 // The dialog, sheet or message box that takes the user's input now; null when none is open.
 [[nodiscard]] HWND Front();
@@ -62,7 +64,7 @@ void Click(HWND button);
 // is open.
 bool CancelFront();
 
-// The window in front as a person sees it: one line for what stands side by side, then what is hidden.
+// The window in front as a person sees it: one line for each row of controls, then what is hidden.
 [[nodiscard]] std::vector<std::string> Describe(HWND window);
 
 }  // namespace qxhost::screen

@@ -1,127 +1,24 @@
+// SPDX-License-Identifier: MIT
 #include "host/user_script.h"
 
-#include "host/screen.h"
-#include "platform/machine/instruments.h"
+#include "host/control_finder.h"
+#include "platform/machine/text.h"
 
 #include <commctrl.h>
 
 #include <algorithm>
 #include <array>
-#include <cctype>
-#include <charconv>
-#include <fstream>
-#include <iterator>
-#include <optional>
 
 namespace qxhost {
 
 namespace {
 
 using qxsim::ToWide;
-using qxsim::WideString;
 using screen::Kind;
 using screen::Spoken;
 
-// --- reading ---
-
-std::string Where(int line) {
-    return "line " + std::to_string(line) + ": ";
-}
-
-bool IsBlank(char c) {
-    return c == ' ' || c == '\t' || c == '\r';
-}
-
-// A # opens a comment, but #246 is a control.
-bool OpensComment(std::string_view text, std::size_t at) {
-    return text[at] == '#' &&
-           (at + 1 >= text.size() || std::isdigit(static_cast<unsigned char>(text[at + 1])) == 0);
-}
-
-// One line's statements, which semicolons part.
-std::vector<Statement> SplitLine(std::string_view line, int number) {
-    std::vector<Statement> statements(1);
-    std::size_t begin = 0;
-    const auto close = [&](std::size_t end) {
-        std::string_view text = line.substr(begin, end - begin);
-        while (!text.empty() && IsBlank(text.front()))
-            text.remove_prefix(1);
-        while (!text.empty() && IsBlank(text.back()))
-            text.remove_suffix(1);
-        statements.back().line = number;
-        statements.back().text = text;
-        if (statements.back().words.empty())
-            statements.pop_back();
-    };
-    std::size_t at = 0;
-    while (at < line.size()) {
-        if (IsBlank(line[at])) {
-            ++at;
-        } else if (line[at] == ';') {
-            close(at);
-            statements.emplace_back();
-            begin = ++at;
-        } else if (OpensComment(line, at)) {
-            close(at);
-            return statements;
-        } else if (line[at] == '"') {
-            std::string word;
-            for (++at; at < line.size() && line[at] != '"'; ++at) {
-                if (line[at] == '\\' && at + 1 < line.size()) {
-                    ++at;
-                    word += line[at] == 'n' ? '\n' : line[at];
-                } else {
-                    word += line[at];
-                }
-            }
-            if (at == line.size())
-                throw ScriptError(Where(number) + "a quote is not closed: " + std::string(line));
-            ++at;
-            statements.back().words.push_back(std::move(word));
-        } else {
-            const std::size_t from = at;
-            while (at < line.size() && !IsBlank(line[at]) && line[at] != ';')
-                ++at;
-            statements.back().words.emplace_back(line.substr(from, at - from));
-        }
-    }
-    close(at);
-    return statements;
-}
-
-// --- finding ---
-
-// What went wrong with a statement, in words; thrown by the steps and caught in User::Step.
-struct Otherwise {
-    std::string what;
-};
-
-std::string Quoted(const std::string& text) {
-    return '"' + text + '"';
-}
-
-bool SameLetter(char a, char b) {
-    return std::tolower(static_cast<unsigned char>(a)) == std::tolower(static_cast<unsigned char>(b));
-}
-
-bool Same(std::string_view a, std::string_view b) {
-    return std::equal(a.begin(), a.end(), b.begin(), b.end(), SameLetter);
-}
-
-bool Begins(std::string_view text, std::string_view beginning) {
-    return text.size() >= beginning.size() && Same(text.substr(0, beginning.size()), beginning);
-}
-
 bool Holds(const std::string& text, const std::string& part) {
     return Spoken(text).find(Spoken(part)) != std::string::npos;
-}
-
-std::optional<int> Number(std::string_view word) {
-    int number = 0;
-    const auto [end, error] = std::from_chars(word.data(), word.data() + word.size(), number);
-    if (error != std::errc() || end != word.data() + word.size() || word.empty())
-        return std::nullopt;
-    return number;
 }
 
 int NumberOr(const Statement& statement, std::size_t word, int otherwise) {
@@ -133,182 +30,15 @@ int NumberOr(const Statement& statement, std::size_t word, int otherwise) {
     return *number;
 }
 
-HWND FrontOrFail() {
-    HWND front = screen::Front();
-    if (front == nullptr)
-        throw Otherwise{"no window is open"};
-    return front;
-}
-
-// The controls a user can name: those of the page in front, then the window's own.
-std::vector<HWND> Nameable() {
-    HWND front = FrontOrFail();
-    HWND page = screen::PageOf(front);
-    std::vector<HWND> controls = screen::ControlsOn(page);
-    if (page != front)
-        for (HWND control : screen::ControlsOn(front))
-            if (screen::KindOf(control) != Kind::kPage)
-                controls.push_back(control);
-    return controls;
-}
-
-// The n-th element for which `accept` says yes.
-template <typename Accept>
-HWND Nth(const std::vector<HWND>& controls, int nth, Accept accept) {
-    for (HWND control : controls)
-        if (accept(control) && --nth == 0)
-            return control;
-    return nullptr;
-}
-
-using KindTest = bool (*)(Kind);
-
-bool IsShownByLabel(Kind kind) {
-    return kind == Kind::kChoice || kind == Kind::kEdit || kind == Kind::kSlider || kind == Kind::kCheckBox;
-}
-bool NamesOthers(Kind kind) {
-    return kind == Kind::kLabel || kind == Kind::kRadio || kind == Kind::kGroup || kind == Kind::kCheckBox;
-}
-
-// In the same row, to the right.
-bool StandsBeside(HWND control, HWND label) {
-    RECT own{};
-    RECT other{};
-    if (GetParent(control) != GetParent(label) || !GetWindowRect(control, &own) ||
-        !GetWindowRect(label, &other))
-        return false;
-    const LONG height = other.bottom - other.top;
-    const LONG middle = other.top + height / 2;
-    return own.left > other.left && middle >= own.top && middle < std::min(own.bottom, own.top + 2 * height);
-}
-
-// The control of a kind that a user means by `name`: one that shows the name itself, or the one that follows
-// the label with that name. A name is compared whole first, then as a beginning.
-HWND FindOrNull(const std::string& name, KindTest wanted, int nth = 1) {
-    const std::vector<HWND> controls = Nameable();
-    if (name.size() > 1 && name.front() == '#') {
-        const std::optional<int> id = Number(std::string_view(name).substr(1));
-        return Nth(controls, nth, [&](HWND control) { return id && GetDlgCtrlID(control) == *id; });
-    }
-    const std::string spoken = Spoken(name);
-    for (const bool whole : {true, false}) {
-        const auto named = [&](HWND control) {
-            const std::string text = Spoken(screen::TextOf(control));
-            return !text.empty() && (whole ? Same(text, spoken) : Begins(text, spoken));
-        };
-        HWND own = Nth(controls, nth, [&](HWND control) {
-            const Kind kind = screen::KindOf(control);
-            // What an edit or choice box shows is its content, not its name.
-            return kind != Kind::kChoice && kind != Kind::kEdit && wanted(kind) && named(control);
-        });
-        if (own != nullptr)
-            return own;
-        int left = nth;
-        for (auto at = controls.begin(); at != controls.end(); ++at) {
-            if (!NamesOthers(screen::KindOf(*at)) || !named(*at))
-                continue;
-            const auto fits = [&](HWND control) {
-                const Kind kind = screen::KindOf(control);
-                // A check box with a text of its own needs no label.
-                return wanted(kind) && (kind != Kind::kCheckBox || Spoken(screen::TextOf(control)).empty());
-            };
-            // What stands beside the label is meant before what only comes next.
-            auto next = std::find_if(at + 1, controls.end(), [&](HWND control) {
-                return fits(control) && StandsBeside(control, *at);
-            });
-            if (next == controls.end())
-                next = std::find_if(at + 1, controls.end(), fits);
-            if (next != controls.end() && --left == 0)
-                return *next;
-        }
-    }
-    return nullptr;
-}
-
-std::string KnownControls(KindTest wanted) {
-    constexpr std::array kByLabel{Kind::kChoice, Kind::kEdit, Kind::kSlider, Kind::kCheckBox};
-    const bool by_label = std::any_of(kByLabel.begin(), kByLabel.end(), wanted);
-    std::string known;
-    for (HWND control : Nameable()) {
-        const std::string text = Spoken(screen::TextOf(control));
-        const Kind kind = screen::KindOf(control);
-        if (!text.empty() && (wanted(kind) || (by_label && kind == Kind::kLabel)) && kind != Kind::kChoice &&
-            kind != Kind::kEdit)
-            known += (known.empty() ? "" : ", ") + Quoted(text);
-    }
-    return known.empty() ? " (there is none)" : " (there are " + known + ")";
-}
-
-HWND Find(const std::string& name, const char* what, KindTest wanted, int nth = 1) {
-    HWND control = FindOrNull(name, wanted, nth);
-    if (control == nullptr)
-        throw Otherwise{"no " + std::string(what) + " " + Quoted(name) +
-                        (nth > 1 ? " number " + std::to_string(nth) : "") + " here" + KnownControls(wanted)};
-    return control;
-}
-
-// A user reaches only what is shown and enabled.
-HWND Reach(const std::string& name, const char* what, KindTest wanted, int nth = 1) {
-    HWND control = Find(name, what, wanted, nth);
-    if (!IsWindowVisible(control))
-        throw Otherwise{Quoted(name) + " is hidden"};
-    if (!IsWindowEnabled(control))
-        throw Otherwise{Quoted(name) + " is disabled"};
-    return control;
-}
-
-bool IsButton(Kind kind) {
-    return kind == Kind::kButton;
-}
-bool IsCheckBox(Kind kind) {
-    return kind == Kind::kCheckBox;
-}
-bool IsRadio(Kind kind) {
-    return kind == Kind::kRadio;
-}
-bool IsChoice(Kind kind) {
-    return kind == Kind::kChoice;
-}
-bool IsSlider(Kind kind) {
-    return kind == Kind::kSlider;
-}
-bool IsWritten(Kind kind) {
-    return kind == Kind::kChoice || kind == Kind::kEdit;
-}
-bool IsAnything(Kind kind) {
-    return kind != Kind::kPage && kind != Kind::kTabs;
-}
-bool IsUsed(Kind kind) {
-    return IsButton(kind) || IsRadio(kind) || IsShownByLabel(kind);
-}
-
-// For questions about a control's state: the control that is used; a text that names none is asked itself.
-HWND FindForState(const std::string& name, int nth) {
-    const std::vector<HWND> controls = Nameable();
-    HWND control = FindOrNull(name, IsUsed, nth);
-    HWND itself = name.front() == '#' ? nullptr : FindOrNull(name, IsAnything, nth);
-    if (control != nullptr && itself != nullptr && control != itself) {
-        // A label names the control right behind it; a text further off names nothing.
-        const auto at = std::find(controls.begin(), controls.end(), itself);
-        if (at == controls.end() || at + 1 == controls.end() || *(at + 1) != control)
-            return itself;
-    }
-    if (control == nullptr)
-        control = itself;
-    return control != nullptr ? control : Find(name, "control", IsAnything, nth);
+// The control of that kind, else any that the name means.
+HWND FindPreferred(const std::string& name, KindTest preferred) {
+    HWND control = FindOrNull(name, preferred);
+    return control != nullptr ? control : Find(name, "control", IsAnything);
 }
 
 void Tell(HWND control, WORD code) {
     SendMessageW(GetParent(control), WM_COMMAND, MAKEWPARAM(GetDlgCtrlID(control), code),
                  reinterpret_cast<LPARAM>(control));
-}
-
-void ClickWithMouse(HWND control) {
-    RECT area{};
-    GetClientRect(control, &area);
-    const LPARAM middle = MAKELPARAM(area.right / 2, area.bottom / 2);
-    SendMessageW(control, WM_LBUTTONDOWN, 1, middle);
-    SendMessageW(control, WM_LBUTTONUP, 0, middle);
 }
 
 // --- doing ---
@@ -331,11 +61,7 @@ int EntryNamed(HWND box, const std::string& name) {
         for (std::size_t i = 0; i < entries.size(); ++i)
             if (whole ? Same(Spoken(entries[i]), Spoken(name)) : Begins(Spoken(entries[i]), Spoken(name)))
                 return static_cast<int>(i);
-    std::string known;
-    for (std::size_t i = 0; i < entries.size() && i < 24; ++i)
-        known += (known.empty() ? "" : ", ") + Quoted(entries[i]);
-    throw Otherwise{"no entry " + Quoted(name) + " (there are " + known +
-                    (entries.size() > 24 ? ", ...)" : ")")};
+    throw Otherwise{"no entry " + Quoted(name) + ThereAre(entries)};
 }
 
 void Select(const Doing& doing) {
@@ -363,16 +89,11 @@ void Type(const Doing& doing) {
         SendMessageW(edit, WM_CHAR, unit, 1);
 }
 
-void SetCheck(const Doing& doing, LRESULT wanted) {
+void SetCheck(const Doing& doing) {
+    const LRESULT wanted = doing.Word(0) == "check" ? BST_CHECKED : BST_UNCHECKED;
     HWND box = Reach(doing.Word(1), "check box", IsCheckBox, NumberOr(doing.statement, 2, 1));
     if (SendMessageW(box, BM_GETCHECK, 0, 0) != wanted)
         screen::Click(box);
-}
-void Check(const Doing& doing) {
-    SetCheck(doing, BST_CHECKED);
-}
-void Uncheck(const Doing& doing) {
-    SetCheck(doing, BST_UNCHECKED);
 }
 
 void Choose(const Doing& doing) {
@@ -400,10 +121,7 @@ void Tab(const Doing& doing) {
             throw Otherwise{"the page in front did not let go"};
         return;
     }
-    std::string known;
-    for (const std::string& tab : tabs)
-        known += (known.empty() ? "" : ", ") + Quoted(tab);
-    throw Otherwise{"no page " + Quoted(doing.Word(1)) + " (there are " + known + ")"};
+    throw Otherwise{"no page " + Quoted(doing.Word(1)) + ThereAre(tabs)};
 }
 
 void Answer(const Doing& doing) {
@@ -414,9 +132,7 @@ void Answer(const Doing& doing) {
 }
 
 void Help(const Doing& doing) {
-    HWND control = Find(doing.Word(1), "control", IsAnything);
-    if (HWND used = FindOrNull(doing.Word(1), IsUsed); used != nullptr)
-        control = used;
+    HWND control = FindPreferred(doing.Word(1), IsUsed);
     HELPINFO help{};
     help.cbSize = sizeof(help);
     help.iContextType = HELPINFO_WINDOW;
@@ -426,16 +142,24 @@ void Help(const Doing& doing) {
 }
 
 void ClickOn(const Doing& doing) {
-    ClickWithMouse(Reach(doing.Word(1), "control", IsAnything));
+    HWND control = Reach(doing.Word(1), "control", IsAnything);
+    RECT area{};
+    GetClientRect(control, &area);
+    const LPARAM middle = MAKELPARAM(area.right / 2, area.bottom / 2);
+    SendMessageW(control, WM_LBUTTONDOWN, 1, middle);
+    SendMessageW(control, WM_LBUTTONUP, 0, middle);
 }
 
 void Picture(const Doing& doing) {
+    HWND front = FrontOrFail();
+    if (!doing.desk.CanDraw())
+        return;
     std::filesystem::path file = doing.pictures / doing.Word(1);
-    if (file.extension() != doing.desk.PictureSuffix())
-        file += doing.desk.PictureSuffix();
+    if (file.extension() != ".png")
+        file += ".png";
     if (file.has_parent_path())
         std::filesystem::create_directories(file.parent_path());
-    doing.desk.Draw(FrontOrFail(), file);
+    doing.desk.Draw(front, file);
 }
 
 // --- expecting ---
@@ -494,10 +218,7 @@ void ExpectEntries(const Doing& doing) {
 }
 
 void ExpectText(const Doing& doing) {
-    HWND control = FindOrNull(doing.Word(2), IsWritten);
-    if (control == nullptr)
-        control = Find(doing.Word(2), "control", IsAnything);
-    const std::string text = screen::TextOf(control);
+    const std::string text = screen::TextOf(FindPreferred(doing.Word(2), IsWritten));
     if (Spoken(text) != Spoken(doing.Word(3)))
         throw Otherwise{"it is " + Quoted(text)};
 }
@@ -530,10 +251,7 @@ void ExpectSlider(const Doing& doing) {
 }
 
 void ExpectTip(const Doing& doing) {
-    HWND control = FindOrNull(doing.Word(2), IsUsed);
-    if (control == nullptr)
-        control = Find(doing.Word(2), "control", IsAnything);
-    const std::string tip = doing.desk.TipOf(control);
+    const std::string tip = doing.desk.TipOf(FindPreferred(doing.Word(2), IsUsed));
     if (!Holds(tip, doing.Word(3)) || tip.empty() != doing.Word(3).empty())
         throw Otherwise{"it is " + Quoted(tip)};
 }
@@ -558,16 +276,16 @@ struct Verb {
     std::size_t words;  // at least, the verb's own included
     std::size_t most;
     void (*run)(const Doing&);
-    bool with_box;                    // may be said while a message box is open
-    bool first_may_be_empty = false;  // what the first word behind the verb names may be nothing
+    bool with_box;                    // allowed while a message box is open
+    bool first_may_be_empty = false;  // the first word after the verb may be empty
 };
 
 constexpr std::array kVerbs{
     Verb{"press", "press BUTTON", 2, 2, Press, true},
     Verb{"select", "select CHOICE-BOX ENTRY", 3, 3, Select, false},
     Verb{"type", "type FIELD TEXT", 3, 3, Type, false},
-    Verb{"check", "check BOX [N]", 2, 3, Check, false},
-    Verb{"uncheck", "uncheck BOX [N]", 2, 3, Uncheck, false},
+    Verb{"check", "check BOX [N]", 2, 3, SetCheck, false},
+    Verb{"uncheck", "uncheck BOX [N]", 2, 3, SetCheck, false},
     Verb{"choose", "choose RADIO-BUTTON", 2, 2, Choose, false},
     Verb{"slide", "slide SLIDER POSITION", 3, 3, Slide, false},
     Verb{"tab", "tab TITLE", 2, 2, Tab, false},
@@ -609,56 +327,21 @@ const Verb& VerbOf(const Statement& statement) {
                        : statement.words.size() > 1 ? Named(kExpectations, statement.words[1])
                                                     : nullptr;
     if (verb == nullptr)
-        throw ScriptError(Where(statement.line) + "no such statement: " + statement.text);
+        throw ScriptError(Where(statement) + "no such statement: " + statement.text);
     if (statement.words.size() < verb->words || statement.words.size() > verb->most)
-        throw ScriptError(Where(statement.line) + statement.text + " (it is: " + verb->usage + ")");
+        throw ScriptError(Where(statement) + statement.text + " (it is: " + verb->usage + ")");
     // An empty name would be the beginning of every control's.
     const std::size_t first = expects ? 2 : 1;
     if (!verb->first_may_be_empty && statement.words.size() > first && Spoken(statement.words[first]).empty())
-        throw ScriptError(Where(statement.line) + statement.text +
-                          ": the name is empty (it is: " + verb->usage + ")");
+        throw ScriptError(Where(statement) + statement.text + ": the name is empty (it is: " + verb->usage +
+                          ")");
     return *verb;
 }
 
 }  // namespace
 
-std::string ReadScript(const std::filesystem::path& file) {
-    std::ifstream in(file, std::ios::binary);
-    std::error_code ignored;
-    // A folder can be opened like a file.
-    if (!in || std::filesystem::is_directory(file, ignored))
-        throw ScriptError("cannot be read");
-    return {std::istreambuf_iterator<char>(in), {}};
-}
-
-Script ParseScript(std::string_view text) {
-    Script script;
-    int number = 0;
-    while (!text.empty()) {
-        const std::size_t end = text.find('\n');
-        const std::string_view line = text.substr(0, end);
-        text = end == std::string_view::npos ? std::string_view() : text.substr(end + 1);
-        ++number;
-        for (Statement& statement : SplitLine(line, number)) {
-            const std::string& first = statement.words.front();
-            if (first == "after:") {
-                if (statement.words.size() < 2)
-                    throw ScriptError(Where(number) + "after: what?");
-                script.after.push_back(std::move(statement));
-            } else if (first == "machine:" || first == "port:" || first == "held:") {
-                if (statement.words.size() != 2)
-                    throw ScriptError(Where(number) + first + " takes one name");
-                if (first == "held:")
-                    script.held.push_back(statement.words[1]);
-                else
-                    (first == "port:" ? script.port : script.machine) = statement.words[1];
-            } else {
-                static_cast<void>(VerbOf(statement));
-                script.steps.push_back(std::move(statement));
-            }
-        }
-    }
-    return script;
+void CheckStatement(const Statement& statement) {
+    static_cast<void>(VerbOf(statement));
 }
 
 User::User(std::vector<Statement> steps, Desk& desk, Watching watching)
@@ -666,7 +349,7 @@ User::User(std::vector<Statement> steps, Desk& desk, Watching watching)
 
 void User::Fail(const Statement* statement, const std::string& what) {
     if (failure_.empty())
-        failure_ = statement == nullptr ? what : Where(statement->line) + statement->text + ": " + what;
+        failure_ = statement == nullptr ? what : Where(*statement) + statement->text + ": " + what;
 }
 
 bool User::Step() {
@@ -689,8 +372,6 @@ bool User::Step() {
             throw Otherwise{"a message box is open: [" + screen::TextOf(front) + "] " +
                             Spoken(screen::BoxText(front))};
         verb.run(Doing{*statement, desk_, watching_.pictures});
-    } catch (const Otherwise& otherwise) {
-        Fail(statement, otherwise.what);
     } catch (const std::exception& error) {
         Fail(statement, error.what());
     }

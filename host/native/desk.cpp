@@ -1,13 +1,15 @@
+// SPDX-License-Identifier: MIT
 // The desk in front of the simulated desktop.
 #include "host/desk.h"
 
 #include "platform/desktop/desktop.h"
-#include "platform/desktop/picture.h"
 
 #include <dlfcn.h>
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
-#include <fstream>
 #include <stdexcept>
 
 namespace qxhost {
@@ -20,7 +22,7 @@ class SimulatedDesk : public Desk {
   public:
     SimulatedDesk() { Desktop::The().Reset(); }
 
-    void Use(const std::function<void()>& work, const std::function<bool()>& user) override {
+    void RunModal(const std::function<void()>& work, const std::function<bool()>& user) override {
         Desktop::The().SetUser(user);
         work();
         Desktop::The().SetUser({});
@@ -33,16 +35,8 @@ class SimulatedDesk : public Desk {
         return tip ? tip->title + '\n' + tip->text : std::string();
     }
 
-    void Draw(HWND window, const std::filesystem::path& file) override {
-        std::ofstream out(file, std::ios::binary);
-        constexpr double kScale = 1;
-        out << qxsim::SvgPicture(Desktop::The().Picture(window), kScale);
-        out.close();
-        if (!out)
-            throw std::runtime_error("the picture " + file.string() + " cannot be written");
-    }
-
-    [[nodiscard]] const char* PictureSuffix() const override { return ".svg"; }
+    [[nodiscard]] bool CanDraw() const override { return false; }
+    void Draw(HWND, const std::filesystem::path&) override {}
 };
 
 // Beside the program, or where the build puts it.
@@ -75,6 +69,28 @@ FARPROC LibraryEntry(const char* name) {
     if (entry == nullptr)
         throw std::runtime_error("the library exports no " + std::string(name));
     return reinterpret_cast<FARPROC>(entry);
+}
+
+std::shared_ptr<void> LockFile(const std::filesystem::path& file, const std::function<void()>& waiting) {
+    for (bool told = false;; told = true) {
+        // A pipe has one reader, and opening it would wait for its writer.
+        if (!std::filesystem::is_regular_file(file))
+            return nullptr;
+        const int opened = open(file.c_str(), O_RDONLY | O_CLOEXEC);
+        if (opened < 0)
+            return nullptr;  // reading it will say why
+        std::shared_ptr<void> lock(nullptr, [opened](void*) { close(opened); });
+        if (flock(opened, LOCK_EX | LOCK_NB) != 0) {
+            if (!told)
+                waiting();
+            flock(opened, LOCK_EX);
+        }
+        // The one that had it may have put a new file in its place.
+        struct stat ours {};
+        struct stat named {};
+        if (fstat(opened, &ours) == 0 && stat(file.c_str(), &named) == 0 && ours.st_ino == named.st_ino)
+            return lock;
+    }
 }
 
 bool TerminalIsThere() {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The desk in front of a real screen: the shipped library with real dialogs, on the simulated computer.
 #include "host/desk.h"
 
@@ -33,53 +34,10 @@ namespace {
 
 constexpr wchar_t kLibrary[] = L"QxUUI10.DLL";
 
-// Calls that the host program's own copy of the device access makes; all others of the program are the
-// system's, which runs it.
-const std::vector<std::string> kHostsOwn = {
-    "SetupDiGetClassDevsW",
-    "SetupDiEnumDeviceInfo",
-    "SetupDiEnumDeviceInterfaces",
-    "SetupDiGetDeviceInterfaceDetailW",
-    "SetupDiGetDeviceRegistryPropertyW",
-    "SetupDiSetDeviceRegistryPropertyW",
-    "SetupDiOpenDevRegKey",
-    "SetupDiOpenDeviceInfoW",
-    "SetupDiCreateDeviceInfoList",
-    "SetupDiDestroyDeviceInfoList",
-    "SetupDiGetDeviceInstanceIdW",
-    "SetupDiCallClassInstaller",
-    "SetupDiGetDeviceInstallParamsW",
-    "SetupDiSetDeviceInstallParamsW",
-    "SetupDiSetClassInstallParamsW",
-    "SetupDiRemoveDevice",
-    "CM_Get_Parent",
-    "CM_Get_Child",
-    "CM_Get_Sibling",
-    "CM_Get_Device_IDW",
-    "CM_Get_Device_ID_Size",
-    "CM_Get_DevNode_Status",
-    "CM_Locate_DevNodeW",
-    "CM_Reenumerate_DevNode",
-    "RegOpenKeyExW",
-    "RegCreateKeyExW",
-    "RegQueryValueExW",
-    "RegSetValueExW",
-    "RegEnumValueW",
-    "RegEnumKeyExW",
-    "RegDeleteKeyW",
-    "RegDeleteValueW",
-    "RegCloseKey",
-    "ComDBOpen",
-    "ComDBClose",
-    "ComDBClaimPort",
-    "ComDBReleasePort",
-    "ComDBGetCurrentPortUsage",
-    "CreateFileW",
-    "DeviceIoControl",
-    "CloseHandle",
-    "QueryDosDeviceW",
-    "DefineDosDeviceW",
-};
+// What the program itself needs of the system that runs it: its threads, and how it loads the library.
+const std::vector<std::string> kTheSystems = {
+    "CreateMutexW",        "OpenMutexW",     "ReleaseMutex",  "WaitForSingleObject",   "CreateProcessW",
+    "GetSystemDirectoryW", "GetProcAddress", "GetVersionExW", "SystemParametersInfoW", "ShellExecuteW"};
 
 // The system's own functions, for this program: its imports of these names are redirected as well.
 template <typename Function>
@@ -133,10 +91,6 @@ void AnswerMachineCalls(ImportRedirection& redirection) {
     redirection.Answer("ShellExecuteW", reinterpret_cast<void*>(&TellShellExecuteW));
 }
 
-std::string Utf8(const std::wstring& text) {
-    return qxsim::ToUtf8(text);
-}
-
 class RealDesk : public Desk {
   public:
     RealDesk() {
@@ -144,7 +98,7 @@ class RealDesk : public Desk {
         InitCommonControlsEx(&classes);
     }
 
-    void Use(const std::function<void()>& work, const std::function<bool()>& user) override {
+    void RunModal(const std::function<void()>& work, const std::function<bool()>& user) override {
         if (!user) {
             work();
             return;
@@ -163,27 +117,15 @@ class RealDesk : public Desk {
         const Tip tip = RestPointerOn(control);
         if (tip.title.empty() && tip.text.empty())
             return {};
-        return Utf8(tip.title) + '\n' + Utf8(tip.text);
+        return qxsim::ToUtf8(tip.title) + '\n' + qxsim::ToUtf8(tip.text);
     }
 
+    [[nodiscard]] bool CanDraw() const override { return true; }
     void Draw(HWND window, const std::filesystem::path& file) override {
-        if (!PictureOf(window, file))
-            throw std::runtime_error("the picture " + file.string() + " cannot be taken");
+        PictureOf(window, file);
         MovePointerAway();
     }
-
-    [[nodiscard]] const char* PictureSuffix() const override { return ".png"; }
 };
-
-ImportRedirection& Redirection() {
-    // Outlives the library, which stays loaded to the end of the process.
-    static ImportRedirection* const redirection = [] {
-        auto* const made = new ImportRedirection(kLibrary);
-        AnswerMachineCalls(*made);
-        return made;
-    }();
-    return *redirection;
-}
 
 std::wstring LibraryPath() {
     std::wstring program(MAX_PATH, L'\0');
@@ -211,14 +153,17 @@ void PrepareHost() {
     AnswerMachineCalls(hosts_own);
     hosts_own.Answer("CreateFileW", reinterpret_cast<void*>(&HostCreateFileW));
     hosts_own.Answer("CloseHandle", reinterpret_cast<void*>(&HostCloseHandle));
-    hosts_own.PatchOnly(GetModuleHandleW(nullptr), kHostsOwn);
+    hosts_own.PatchAllBut(GetModuleHandleW(nullptr), kTheSystems);
 }
 
 FARPROC LibraryEntry(const char* name) {
     static const HMODULE library = [] {
-        const HMODULE loaded = Redirection().Load(LibraryPath());
+        // Outlives the library, which stays loaded to the end of the process.
+        auto* const redirection = new ImportRedirection(kLibrary);
+        AnswerMachineCalls(*redirection);
+        const HMODULE loaded = redirection->Load(LibraryPath());
         if (loaded == nullptr)
-            throw std::runtime_error(Utf8(LibraryPath()) + " cannot be loaded, error " +
+            throw std::runtime_error(qxsim::ToUtf8(LibraryPath()) + " cannot be loaded, error " +
                                      std::to_string(GetLastError()));
         return loaded;
     }();
@@ -226,6 +171,21 @@ FARPROC LibraryEntry(const char* name) {
     if (entry == nullptr)
         throw std::runtime_error("the library exports no " + std::string(name));
     return entry;
+}
+
+std::shared_ptr<void> LockFile(const std::filesystem::path& file, const std::function<void()>& waiting) {
+    std::error_code ignored;
+    const std::filesystem::path whole = std::filesystem::weakly_canonical(file, ignored);
+    const std::wstring name = L"qxhost-" + std::to_wstring(std::filesystem::hash_value(whole));
+    const HANDLE mutex = CreateMutexW(nullptr, FALSE, name.c_str());
+    if (::WaitForSingleObject(mutex, 0) == WAIT_TIMEOUT) {
+        waiting();
+        ::WaitForSingleObject(mutex, INFINITE);
+    }
+    return {mutex, [](HANDLE held) {
+                ::ReleaseMutex(held);
+                system_close_handle(held);
+            }};
 }
 
 bool TerminalIsThere() {

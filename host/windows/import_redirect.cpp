@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "host/windows/import_redirect.h"
 
 #include <winternl.h>
@@ -117,19 +118,18 @@ FARPROC WINAPI ImportRedirection::FindProcedure(HMODULE module, LPCSTR name) {
 
 void ImportRedirection::Patch(HMODULE module) {
     redirected_.clear();
-    left_.clear();
     ForEachImport(module, [this](const char* name, IMAGE_THUNK_DATA* slot) {
-        void* const function = Find(name);
-        if (function != nullptr)
+        if (void* const function = Find(name)) {
             Store(slot, function);
-        (function != nullptr ? redirected_ : left_).emplace_back(name);
+            redirected_.emplace_back(name);
+        }
     });
 }
 
-void ImportRedirection::PatchOnly(HMODULE module, const std::vector<std::string>& names) const {
+void ImportRedirection::PatchAllBut(HMODULE module, const std::vector<std::string>& names) const {
     ForEachImport(module, [&](const char* name, IMAGE_THUNK_DATA* slot) {
         void* const function = Find(name);
-        if (function != nullptr && std::find(names.begin(), names.end(), name) != names.end())
+        if (function != nullptr && std::find(names.begin(), names.end(), name) == names.end())
             Store(slot, function);
     });
 }

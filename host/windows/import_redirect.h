@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Lets functions of this program answer what one library imports from the system.
 #pragma once
 
@@ -12,7 +13,7 @@ namespace qxhost {
 
 // Redirects imports of one library, by function name and whatever system library they come from: the shipped
 // file is loaded as it is, and only its import table in this process's memory is changed. A redirection
-// stands from the loading of the library on, so that even its load notification makes redirected calls.
+// begins when the library is loaded, so that even its load notification makes redirected calls.
 // GetProcAddress of the library finds the redirected functions as well.
 //
 // One redirection may live at a time, and it must outlive the library.
@@ -24,9 +25,8 @@ class ImportRedirection {
     ImportRedirection(const ImportRedirection&) = delete;
     ImportRedirection& operator=(const ImportRedirection&) = delete;
 
-    // Redirects what a module that is loaded already (this program, for one) imports, for `names` alone: what
-    // the module is loaded with cannot be given up for all it imports.
-    void PatchOnly(HMODULE module, const std::vector<std::string>& names) const;
+    // Redirects what a module imports that is loaded already (this program, for one), all but `names`.
+    void PatchAllBut(HMODULE module, const std::vector<std::string>& names) const;
 
     // `function` must have the signature and calling convention of the system's function of that name.
     void Answer(const char* name, void* function);
@@ -36,9 +36,8 @@ class ImportRedirection {
     // loaded.
     [[nodiscard]] HMODULE Load(const std::wstring& path);
 
-    // The functions that the loaded library imports: redirected ones, and those which the system answers.
+    // The functions that the loaded library imports and that are redirected.
     [[nodiscard]] const std::vector<std::string>& Redirected() const { return redirected_; }
-    [[nodiscard]] const std::vector<std::string>& LeftToSystem() const { return left_; }
 
   private:
     struct Notification;
@@ -49,7 +48,6 @@ class ImportRedirection {
     std::wstring library_;
     std::map<std::string, void*, std::less<>> functions_;
     std::vector<std::string> redirected_;
-    std::vector<std::string> left_;
     void* cookie_ = nullptr;
 };
 

@@ -1,8 +1,11 @@
+// SPDX-License-Identifier: MIT
 #include "host/windows/screen.h"
 
-#include <commctrl.h>
+#include "host/failure.h"
 
-#include <algorithm>
+#include <commctrl.h>
+#include <gdiplus.h>
+
 #include <cwchar>
 #include <map>
 #include <string>
@@ -11,8 +14,6 @@
 namespace qxhost {
 
 namespace {
-
-constexpr DWORD kPictureMilliseconds = 20'000;
 
 // Keeps the thread's windows alive for a while without taking part in their dialogs: painting and timers
 // only, so that no step of a user comes in between.
@@ -61,57 +62,46 @@ HWND VisibleTip() {
     return tip;
 }
 
+bool StorePng(HBITMAP bitmap, const std::filesystem::path& file) {
+    constexpr CLSID kPng = {0x557cf406, 0x1a04, 0x11d3, {0x9a, 0x73, 0x00, 0x00, 0xf8, 0x1e, 0xf3, 0x2e}};
+    ULONG_PTR token = 0;
+    const Gdiplus::GdiplusStartupInput input;
+    if (Gdiplus::GdiplusStartup(&token, &input, nullptr) != Gdiplus::Ok)
+        return false;
+    const bool stored =
+        Gdiplus::Bitmap(bitmap, nullptr).Save(file.wstring().c_str(), &kPng, nullptr) == Gdiplus::Ok;
+    Gdiplus::GdiplusShutdown(token);
+    return stored;
+}
+
 }  // namespace
 
-bool PictureOf(HWND window, const std::filesystem::path& file) {
+void PictureOf(HWND window, const std::filesystem::path& file) {
     EnumThreadWindows(GetCurrentThreadId(), Redraw, 0);
     Idle(150);
-    // Windows may lie anywhere on the one display; the picture is cut out of that. A tip belongs to it.
-    std::wstring crop;
-    if (window != nullptr) {
-        RECT r;
-        RECT tip_place;
-        GetWindowRect(window, &r);
-        if (const HWND tip = VisibleTip(); tip != nullptr && GetWindowRect(tip, &tip_place)) {
-            const RECT both = r;
-            UnionRect(&r, &both, &tip_place);
-        }
-        r.left = std::max<LONG>(r.left, 0);
-        r.top = std::max<LONG>(r.top, 0);
-        crop = L" -crop " + std::to_wstring(r.right - r.left) + L"x" + std::to_wstring(r.bottom - r.top) +
-               L"+" + std::to_wstring(r.left) + L"+" + std::to_wstring(r.top) + L" +repage";
+    RECT place;
+    GetWindowRect(window, &place);
+    // A tip belongs to the picture.
+    RECT tip_place;
+    if (const HWND tip = VisibleTip(); tip != nullptr && GetWindowRect(tip, &tip_place)) {
+        const RECT both = place;
+        UnionRect(&place, &both, &tip_place);
     }
-    std::error_code ignored;
-    const std::filesystem::path whole = std::filesystem::absolute(file, ignored);
-    std::filesystem::create_directories(whole.parent_path(), ignored);
-    std::filesystem::remove(whole, ignored);
-    // "Z:\dir\file" is "/dir/file" to the program outside.
-    std::wstring target = whole.generic_wstring();
-    if (target.size() > 2 && target[1] == L':')
-        target.erase(0, 2);
-    std::wstring command = L"Z:\\usr\\bin\\import -window root" + crop +
-                           L" -depth 8 -define png:exclude-chunks=date,time \"" + target + L"\"";
-    STARTUPINFOW startup = {};
-    startup.cb = sizeof(startup);
-    PROCESS_INFORMATION process = {};
-    if (!CreateProcessW(L"Z:\\usr\\bin\\import", command.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr,
-                        &startup, &process))
-        return false;
-    CloseHandle(process.hThread);
-    CloseHandle(process.hProcess);
-    // A program of the system outside has no process handle to wait for: the picture is there when its file
-    // has stopped growing.
-    const ULONGLONG end = GetTickCount64() + kPictureMilliseconds;
-    std::uintmax_t size = 0;
-    while (GetTickCount64() < end) {
-        Sleep(100);
-        const std::uintmax_t now =
-            std::filesystem::exists(whole, ignored) ? std::filesystem::file_size(whole, ignored) : 0;
-        if (now != 0 && now == size)
-            return true;
-        size = now;
-    }
-    return false;
+    const int width = place.right - place.left;
+    const int height = place.bottom - place.top;
+    const HDC screen = GetDC(nullptr);
+    const HDC memory = CreateCompatibleDC(screen);
+    const HBITMAP bitmap = CreateCompatibleBitmap(screen, width, height);
+    const HGDIOBJ before = SelectObject(memory, bitmap);
+    BitBlt(memory, 0, 0, width, height, screen, place.left, place.top, SRCCOPY);
+    SelectObject(memory, before);
+    ReleaseDC(nullptr, screen);
+    DeleteDC(memory);
+
+    const bool written = StorePng(bitmap, file);
+    DeleteObject(bitmap);
+    if (!written)
+        throw Failure(kNotAsItShould, "the picture " + file.string() + " cannot be written");
 }
 
 Tip RestPointerOn(HWND control) {
@@ -120,7 +110,7 @@ Tip RestPointerOn(HWND control) {
     GetWindowRect(control, &r);
     const int x = r.left + (r.right - r.left) / 3;
     const int y = (r.top + r.bottom) / 2;
-    // A tip answers the second movement: the first one only enters the control.
+    // The first movement only enters the control; the second one brings the tip.
     SetCursorPos(x, y);
     Idle(100);
     SetCursorPos(x + 1, y);
@@ -131,7 +121,7 @@ Tip RestPointerOn(HWND control) {
     if (window == nullptr)
         return tip;
     tip.title = titles[window];
-    // The text that stands there. Asking for it by TTM_GETTEXT would make the page answer a second time, and
+    // The text that is shown. Asking for it by TTM_GETTEXT would make the page answer a second time, and
     // some answers are given once.
     std::vector<WCHAR> text(2048, L'\0');
     GetWindowTextW(window, text.data(), static_cast<int>(text.size()));

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What a user sees on the screen: pictures of windows, and tips under a resting pointer.
 #pragma once
 
@@ -8,16 +9,16 @@
 
 namespace qxhost {
 
-// Draws what is due on this thread's windows and pictures `window`, or the whole screen for none, into a PNG.
-// Uses the picture program of the system that Wine runs on; false where there is none.
-[[nodiscard]] bool PictureOf(HWND window, const std::filesystem::path& file);
+// Draws what is due on this thread's windows and stores `window`, as the screen shows it, as a PNG. Throws
+// Failure.
+void PictureOf(HWND window, const std::filesystem::path& file);
 
 struct Tip {
     std::wstring title;
     std::wstring text;
 };
 
-// Rests the pointer on `control` until its tip stands there; an empty tip when none came. It stays, and is in
+// Rests the pointer on `control` until its tip is shown; an empty tip when none came. It stays, and is in
 // pictures, until the pointer moves.
 [[nodiscard]] Tip RestPointerOn(HWND control);
 

@@ -15,10 +15,9 @@ list(TRANSFORM calls REPLACE "(.+)" "MACHINE_CALL(\\1)\n" OUTPUT_VARIABLE entrie
 string(REPLACE ";" "" entries "${entries}")
 file(CONFIGURE OUTPUT ${CMAKE_CURRENT_BINARY_DIR}/generated/machine_calls.inc CONTENT "${entries}" @ONLY)
 
-target_sources(qxhost PRIVATE windows/desk.cpp windows/import_redirect.cpp windows/screen.cpp windows/user_thread.cpp
-                              windows/qxhost.rc)
-target_include_directories(qxhost PRIVATE ${CMAKE_CURRENT_BINARY_DIR}/generated)
-target_link_libraries(qxhost PRIVATE qx_machine -static)
+target_sources(qx_host PRIVATE windows/desk.cpp windows/import_redirect.cpp windows/screen.cpp windows/user_thread.cpp
+                       INTERFACE windows/qxhost.rc)
+target_include_directories(qx_host PRIVATE ${CMAKE_CURRENT_BINARY_DIR}/generated)
+target_link_libraries(qx_host PUBLIC qx_machine gdiplus -static)
 # Behind everything else, because the product's folders call them too.
 string(APPEND CMAKE_CXX_STANDARD_LIBRARIES " -lsetupapi -lcfgmgr32 -lcomctl32 -lmsports")
-add_dependencies(qxhost QxUUI10)

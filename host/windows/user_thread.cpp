@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "host/windows/user_thread.h"
 
 #include "host/failure.h"
@@ -70,22 +71,22 @@ LRESULT CALLBACK OnMessage(HWND window, UINT message, WPARAM wparam, LPARAM lpar
     return DefWindowProcW(window, message, wparam, lparam);
 }
 
+void GiveUp(const char* why) {
+    std::fprintf(stderr, "%s\n", why);
+    std::fflush(nullptr);
+    TerminateProcess(GetCurrentProcess(), kNotAsItShould);
+}
+
 void PostSteps(User& user) {
     int closings = 0;
     while (!user.ended) {
         ResetEvent(user.passed);
         PostMessageW(user.window, kStep, 0, 0);
         PostMessageW(user.window, kBarrier, 0, 0);
-        if (WaitForSingleObject(user.passed, kPatienceMilliseconds) != WAIT_OBJECT_0) {
-            std::fprintf(stderr, "the dialogs have not answered for %lu ms\n", kPatienceMilliseconds);
-            std::fflush(nullptr);
-            TerminateProcess(GetCurrentProcess(), kNotAsItShould);
-        }
-        if (user.finished && ++closings > kMostClosings) {
-            std::fprintf(stderr, "a dialog does not close\n");
-            std::fflush(nullptr);
-            TerminateProcess(GetCurrentProcess(), kNotAsItShould);
-        }
+        if (WaitForSingleObject(user.passed, kPatienceMilliseconds) != WAIT_OBJECT_0)
+            GiveUp("the dialogs do not answer");
+        if (user.finished && ++closings > kMostClosings)
+            GiveUp("a dialog does not close");
         // Dialogs post to themselves what belongs to a step (focus changes, closing); let that be done first.
         Sleep(user.finished ? 50 : 5);
     }

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Push buttons, check boxes, radio buttons and group boxes.
 #include "platform/desktop/controls.h"
 

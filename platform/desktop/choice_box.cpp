@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Choice boxes: a list to choose from, with or without an edit field.
 #include "platform/desktop/controls.h"
 

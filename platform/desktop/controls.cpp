@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "platform/desktop/controls.h"
 
 #include "platform/machine/calls.h"

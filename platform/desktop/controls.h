@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The window classes that the platform brings along.
 #pragma once
 

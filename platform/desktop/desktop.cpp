@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "platform/desktop/desktop.h"
 
 #include "platform/desktop/controls.h"

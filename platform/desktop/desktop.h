@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The simulated desktop, as tests and the host program see it: who sits in front of it, what is on it, and
 // what was asked of it. The library under test sees none of this; it makes the platform's calls.
 //

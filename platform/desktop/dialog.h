@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Dialogs made from the templates of a resource script.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Brushes, fonts and device contexts.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Edit fields of one line.
 #include "platform/desktop/controls.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "platform/desktop/help_and_shell.h"
 
 #include "platform/desktop/window.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The help viewer, and opening of documents and addresses.
 #pragma once
 

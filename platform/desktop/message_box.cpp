@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "platform/desktop/message_box.h"
 
 #include "platform/desktop/modal_loop.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Message boxes and sounds.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "platform/desktop/message_names.h"
 
 #include "platform/desktop/window.h"

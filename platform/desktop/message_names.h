@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The names of messages, for traces that can be read.
 #pragma once
 

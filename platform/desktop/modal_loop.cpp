@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "platform/desktop/modal_loop.h"
 
 #include "platform/desktop/dialog.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The loop that runs while a dialog, a sheet or a message box waits for its user.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "platform/desktop/property_sheet.h"
 
 #include "platform/process/activation_context.h"

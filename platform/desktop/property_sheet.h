@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Property sheets and their pages.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Sliders.
 #include "platform/desktop/controls.h"
 

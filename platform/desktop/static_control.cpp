@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Labels and pictures.
 #include "platform/desktop/controls.h"
 

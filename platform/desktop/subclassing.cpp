@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "platform/desktop/subclassing.h"
 
 #include "platform/desktop/window.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Windows whose messages somebody else looks at first.
 #pragma once
 

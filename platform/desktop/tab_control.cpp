@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The row of tabs of a property sheet.
 #include "platform/desktop/controls.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // How much room text takes in the dialog font.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Tooltips.
 #include "platform/desktop/controls.h"
 #include "platform/process/modules.h"

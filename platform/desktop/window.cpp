@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "platform/desktop/window.h"
 
 #include "platform/process/activation_context.h"

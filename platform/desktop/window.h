@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Windows as the desktop keeps them, and what can be done with them below the platform's names. Nothing in
 // here makes a call record: the platform calls do, and everything they have in common is here.
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "platform/desktop/window_calls.h"
 
 #include "platform/desktop/dialog.h"

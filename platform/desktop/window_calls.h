@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The platform's calls for windows, messages and dialogs.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The device tree.
 #pragma once
 #include <windef.h>

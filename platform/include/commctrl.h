@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Common controls: sliders, tooltips, links, subclassing.
 #pragma once
 #include <windows.h>

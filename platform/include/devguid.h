@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Device setup classes.
 #include <guiddef.h>
 

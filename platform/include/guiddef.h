@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Globally unique identifiers.
 //
 // Left outside the include guard on purpose: a second inclusion after <initguid.h> makes DEFINE_GUID define.

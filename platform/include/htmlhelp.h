@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The help viewer.
 #pragma once
 #include <windows.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The COM port database.
 #pragma once
 #include <windef.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Type libraries.
 #pragma once
 #include <objbase.h>

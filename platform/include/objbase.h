@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Component objects: what a library without creatable classes uses of them.
 #pragma once
 #include <windows.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Loading and registering of type libraries.
 #pragma once
 #include <oaidl.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Property sheets.
 #pragma once
 #include <windows.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Names of registry keys and values.
 #pragma once
 #include <windef.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Device installation: device-information sets, class installers, interfaces.
 #pragma once
 #include <prsht.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Opening documents and addresses.
 #pragma once
 #include <windows.h>

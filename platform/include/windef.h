@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Basic types of the platform.
 #pragma once
 #include <guiddef.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The platform's headers for builds that run over the simulated computer and desktop.
 //
 // Only what this system uses is declared, with the names, signatures, values and record sizes of the

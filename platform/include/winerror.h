@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Result codes.
 #pragma once
 #include <windef.h>

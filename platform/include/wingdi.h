@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Drawing: what pages and their controls use of it.
 #pragma once
 #include <windef.h>

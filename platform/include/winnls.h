@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Character sets and locales.
 #pragma once
 #include <windef.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The registry.
 #pragma once
 #include <windef.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The constants that resource scripts and code share: styles, control ids, the numbers of resource types.
 #pragma once
 

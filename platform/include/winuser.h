@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Windows, messages, dialogs and controls.
 #pragma once
 #include <windef.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What the operating system's loader does for a library: makes its handle, file name and resources known, and
 // tells it of its loading and unloading. Linked into the library itself, and into test programs that carry
 // its code.

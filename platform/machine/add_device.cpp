@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A new device from a recipe; what the recipe leaves out is filled in as an installer would.
 #include "driver_access/product_data.h"
 #include "platform/machine/machine_internal.h"

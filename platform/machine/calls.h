@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The platform calls that the simulated computer answers.
 //
 // A service declares its calls with QX_PLATFORM_CALL(RegOpenKeyExW); in namespace qxsim and defines them

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Device interfaces of a set, and the paths by which they are opened.
 #include "platform/machine/machine_internal.h"
 

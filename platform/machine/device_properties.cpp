@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Registry properties of devices: description, driver key, friendly name, location ...
 #include "platform/machine/machine_internal.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Device-information sets and their elements.
 #include "platform/machine/machine_internal.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The device tree. Absent devices, and those below a device that has not started, are not in the tree.
 #include "platform/machine/machine_internal.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Devices from outside the calls: finding them, their keys and names, starting, stopping and removing them.
 #include "platform/machine/machine_internal.h"
 
@@ -239,22 +240,12 @@ std::string Machine::ControlPath(const Device& device) const {
     return {};
 }
 
-Machine::PortNames Machine::NamesOf(const Device& port) const {
-    PortNames names;
-    names.id = ToUtf8(port.id);
-    const WideString name = PortNameOf(*this, port);
-    names.port_name = ToUtf8(name);
-    names.claimed = Claimed(ComNumber(name));
-    for (const auto& [dos_name, targets] : dos_names) {
-        if (!port.kernel_path.empty() && EqualsCaseless(targets.front(), port.kernel_path))
-            names.dos_names.push_back(ToUtf8(dos_name));
-    }
-    if (!port.kernel_path.empty())
-        names.serial_comm = ReadText(kSerialCommPath, ToUtf8(port.kernel_path)).value_or("");
-    names.friendly_name = PropertyText(port, SPDRP_FRIENDLYNAME);
-    names.present = Present(port);
-    names.started = port.started;
-    return names;
+std::string Machine::PortName(const Device& port) const {
+    return ToUtf8(PortNameOf(*this, port));
+}
+
+std::string Machine::SerialCommName(const Device& port) const {
+    return ReadText(kSerialCommPath, ToUtf8(port.kernel_path)).value_or("");
 }
 
 }  // namespace qxsim

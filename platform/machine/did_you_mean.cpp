@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "platform/machine/did_you_mean.h"
 
 #include <algorithm>

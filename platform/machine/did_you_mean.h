@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Suggestions for words that nothing has: commands, keys, names.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // DOS device names: a name may be defined several times over, and the newest definition counts.
 #include "platform/machine/machine_internal.h"
 

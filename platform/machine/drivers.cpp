@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The port drivers' side of the control devices: the parameter sets, and the streams in which they travel.
 //
 // These drivers stand for kernel code that others wrote. They write and read the streams themselves, byte by

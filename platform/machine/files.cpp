@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Opening devices, and requests to their drivers.
 #include "platform/machine/machine_internal.h"
 

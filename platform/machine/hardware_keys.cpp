@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The registry keys that belong to a device.
 #include "platform/machine/machine_internal.h"
 

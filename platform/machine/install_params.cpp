@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Install parameters of a set's elements, and the class installer: property changes and removal.
 #include "platform/machine/machine_internal.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The four instruments through which every simulated platform call passes: a trace of the calls, a ledger of
 // open handles, fault injection and a power cut.
 #pragma once

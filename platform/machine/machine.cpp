@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "driver_access/product_data.h"
 #include "platform/machine/machine_internal.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The simulated computer: its state, and what tests and the host program do to it from outside.
 //
 // The system under test never sees this header. It calls the platform by its own names, and the services
@@ -318,6 +319,9 @@ class Machine : public MachineState {
     [[nodiscard]] static bool IsPort(const Device& device);                              // of class Ports
     // Ports in the order of the device tree, absent and unstarted ones too.
     [[nodiscard]] std::vector<const Device*> Ports() const;
+    // "PortName" in the hardware key, and the name in the port's SERIALCOMM entry; empty when missing.
+    [[nodiscard]] std::string PortName(const Device& port) const;
+    [[nodiscard]] std::string SerialCommName(const Device& port) const;
     // Text of a property (SPDRP_FRIENDLYNAME ...); empty when it has none.
     [[nodiscard]] std::string PropertyText(const Device& device, DWORD property) const;
     void SetPropertyText(Device& device, DWORD property, std::string_view text);
@@ -325,19 +329,6 @@ class Machine : public MachineState {
     [[nodiscard]] bool Active(const Device& device, const DeviceInterface& published) const;
     // Path of the port's control device; empty when it has none.
     [[nodiscard]] std::string ControlPath(const Device& device) const;
-
-    // --- one port's name in the places that hold it, for checks and tables
-    struct PortNames {
-        std::string id;
-        std::string port_name;               // "PortName"; empty when missing
-        bool claimed = false;                // the number of port_name in the port database
-        std::vector<std::string> dos_names;  // names whose newest target is this port's device
-        std::string serial_comm;             // value of its SERIALCOMM entry; empty when missing
-        std::string friendly_name;
-        bool present = false;
-        bool started = false;
-    };
-    [[nodiscard]] PortNames NamesOf(const Device& port) const;
 
     // --- port database, outside the calls
     [[nodiscard]] bool Claimed(unsigned number) const;

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Machine files: a computer as JSON that a person can read and write. What this header has is shared by their
 // reader and their writer.
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "platform/machine/did_you_mean.h"
 #include "platform/machine/machine_file.h"
 #include "platform/machine/machine_file_tree.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Machine files on the disk: read, and replaced as a whole or not at all.
 #include "platform/machine/machine_file.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "platform/machine/machine_file_tree.h"
 
 #include "platform/machine/did_you_mean.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A JSON file as a tree whose nodes know their places, and readers that note every mistake in it instead of
 // stopping at the first: what is not as expected reads as nothing, and the file as a whole is refused later.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "platform/machine/machine_file.h"
 
 #include <nlohmann/json.hpp>

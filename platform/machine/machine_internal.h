@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What the services share: the tables of open handles, and the small checks that every call makes.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The COM port database, which keeps the numbers that are taken apart from the devices that took them.
 #include "platform/machine/machine_internal.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Starting programs. They do nothing but run for a while, in simulated time: waiting for one moves the clock.
 #include "platform/machine/machine_internal.h"
 

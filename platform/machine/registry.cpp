@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The registry's calls.
 //
 // Rights are checked where the platform checks them: opening against what the key refuses, reading and

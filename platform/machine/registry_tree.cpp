@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The registry's keys and values as they are kept, and as they are seen from outside the calls.
 #include "platform/machine/machine_internal.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Named mutexes, and waiting.
 //
 // A mutex belongs to a thread of a simulated process. Threads of the test program that act as different
@@ -12,6 +13,7 @@
 namespace qxsim {
 
 QX_PLATFORM_CALL(CreateMutexW);
+QX_PLATFORM_CALL(OpenMutexW);
 QX_PLATFORM_CALL(ReleaseMutex);
 QX_PLATFORM_CALL(WaitForSingleObject);
 
@@ -112,6 +114,21 @@ HANDLE WINAPI CreateMutexW(LPSECURITY_ATTRIBUTES, BOOL owned, LPCWSTR name) {
     }
     // Success, too, says by the last error whether the mutex was there already.
     SetLastError(existed ? ERROR_ALREADY_EXISTS : ERROR_SUCCESS);
+    return call.Return(NewHandle(call, machine, std::move(mutex)));
+}
+
+// To wait for a mutex, which its maker may allow where he allows no more.
+HANDLE WINAPI OpenMutexW(DWORD access, BOOL inherit, LPCWSTR name) {
+    Call call("OpenMutexW", access, inherit, name);
+    const auto fail = [&](DWORD error) { return call.Fail(error, static_cast<HANDLE>(nullptr)); };
+    if (call.Faulted())
+        return fail(call.FaultError(ERROR_ACCESS_DENIED));
+    Machine& machine = Machine::Current();
+    std::shared_ptr<MutexObject> mutex = machine.Handles().mutex_names[name].lock();
+    if (mutex == nullptr)
+        return fail(ERROR_FILE_NOT_FOUND);
+    if (access != SYNCHRONIZE)
+        return fail(ERROR_ACCESS_DENIED);
     return call.Return(NewHandle(call, machine, std::move(mutex)));
 }
 

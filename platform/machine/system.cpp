@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The system's version and folder, and the user's setting for colours.
 #include "platform/machine/machine_internal.h"
 

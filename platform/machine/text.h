@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Texts as the platform has them, UTF-16 and compared without regard to case, and as this side of it reads
 // them, UTF-8.
 #pragma once

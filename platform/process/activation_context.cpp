@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "platform/process/activation_context.h"
 
 #include "platform/process/modules.h"

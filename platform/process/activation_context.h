@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Activation contexts: which version of the common controls windows are made with.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Local memory.
 #include "platform/machine/machine_internal.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Loaded modules with their resources, and the platform's own libraries.
 #pragma once
 

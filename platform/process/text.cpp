@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Letter case, single-byte text, and environment variables in texts.
 #include "platform/machine/machine_internal.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What a thread has of its own: its number, its last error and its locale; and sleeping.
 #include "platform/machine/machine_internal.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The registration of type libraries.
 #include "platform/machine/calls.h"
 #include "platform/machine/machine.h"
