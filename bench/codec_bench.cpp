@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Encoding and decoding of a port's 33 numbers: the settings stream beside a hand-written copy of a plain
 // record, nanopb and msgpack-c. Before anything is timed, every contestant must give back the values that it
 // was given.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Holds nothing: what the loader itself costs.
 #ifdef _WIN32
 #define EXPORTED __declspec(dllexport)

@@ -1,6 +1,7 @@
+// SPDX-License-Identifier: MIT
 // What the naming operations cost on the simulated computer, by number of ports: time, and as a counter the
 // platform calls that each run makes, which is what a real installation waits for.
-#include "device_records/com_port_util.h"
+#include "install/com_name.h"
 #include "install/child_port_order.h"
 #include "install/port_backup.h"
 #include "platform/machine/machine.h"
@@ -76,7 +77,7 @@ void Rename(benchmark::State& state) {
         SP_DEVINFO_DATA element{};
         const HDEVINFO set = run.Hand(PortId(0), element);
         run.Begin();
-        benchmark::DoNotOptimize(qx::CCOMPortUtil(set, element).RenameComPort(name, nullptr, false, false));
+        benchmark::DoNotOptimize(qx::CCOMPortUtil(set, element).RenameComPort(name));
     }
 }
 
@@ -113,7 +114,7 @@ void Restore(benchmark::State& state) {
         for (unsigned i = 0; i < ports; ++i) {
             const HDEVINFO set = qxsim::HandDevice(*model, *model->Find(PortId(i)), element);
             const qx::Text name = qx::Format(TEXT("COM%u"), 128 + i);
-            if (!qx::CCOMPortUtil(set, element).RenameComPort(name, nullptr, false, false))
+            if (!qx::CCOMPortUtil(set, element).RenameComPort(name))
                 state.SkipWithError("the ports could not be given other names");
         }
     }

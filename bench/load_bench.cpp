@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What loading and unloading the library costs beside a library that holds nothing.
 #include <benchmark/benchmark.h>
 

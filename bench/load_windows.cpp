@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What loading and unloading the library costs on Windows, beside a library that holds nothing. Prints the
 // table's rows as Google Benchmark does, which is not to be had for Windows from Debian.
 #include <windows.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What it costs to open the Port Settings page and the advanced sheet on the simulated desktop: time until
 // the user could act, and as counters the platform calls made until then and the requests that reached the
 // driver.

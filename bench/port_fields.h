@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The 33 numbers of a port's parameter set in stream order, once for every contestant: name and field number.
  */
 #ifndef QX_BENCH_PORT_FIELDS_H

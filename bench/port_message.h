@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 /* The port's numbers as a nanopb message, in the form that nanopb's generator writes. Every field is
    required, so that zeros travel too, and fixed in size, which is nanopb's quickest form and the nearest to
    the settings stream. */

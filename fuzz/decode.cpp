@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Fuzzes the decoder with streams from drivers that answer anything, under every option word.
 #include "fuzz/parameter_set.h"
 #include "fuzz/stream_model.h"

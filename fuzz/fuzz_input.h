@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What every fuzzer needs: its input taken apart, and a check whose failure ends the run.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Fuzzes whole installations: a computer of adapters, ports and foreign devices, a run of requests to the
 // three co-installers, the user's answers, and platform calls that fail, all drawn from the input.
 //
@@ -133,7 +134,7 @@ bool TakesNameFromAnother(const Machine& machine, const std::string& id) {
         return false;
     const std::vector<const qxsim::Device*> ports = machine.Ports();
     return std::any_of(ports.begin(), ports.end(), [&](const qxsim::Device* other) {
-        return other != port && machine.NamesOf(*other).port_name == *saved;
+        return other != port && machine.PortName(*other) == *saved;
     });
 }
 
@@ -179,7 +180,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 #ifdef QX_CANARY
         // A name moved in four places of five.
         for (const qxsim::Device* port : machine.Ports())
-            if (machine.NamesOf(*port).port_name == "COM4" && machine.NamesOf(*port).started)
+            if (machine.PortName(*port) == "COM4" && port->started)
                 machine.SetClaimed(4, false);
 #endif
         Require(NamesAgree(), "the ports' names agree afterwards");

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Fuzzes the machine-file loader: any file is either a computer or an error that names its place.
 #include "fuzz/fuzz_input.h"
 #include "platform/machine/machine.h"

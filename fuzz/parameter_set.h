@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A parameter set of numbers and strings in any order, for the fuzzers of the settings stream.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Fuzzes what is read from a device's registry values and properties, which any program may have written, and
 // the name under which a port's settings are saved.
 #include "device_records/device_reg_info.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Fuzzes the encoder against the drivers' own writing of the stream, and has the decoder read everything
 // back.
 #include "fuzz/parameter_set.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What happens once, before the first input of any fuzzer.
 #include "platform/machine/instruments.h"
 

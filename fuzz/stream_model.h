@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A second, plain writing of the settings stream, from the drivers' side of the wire. It shares nothing with
 // the library: a mistake there must not be mirrored here.
 #pragma once

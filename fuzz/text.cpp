@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Fuzzes the text conversions against models written another way.
 #include "base/text.h"
 #include "fuzz/fuzz_input.h"

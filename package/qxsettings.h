@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The contract between a port's driver and the library, for drivers in C. Its parts follow
 // settings-stream.md, which says what the names mean. Nothing else is included, so it compiles in the kernel
 // and in programs.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Runs commands on simulated computers, and keeps what they said.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What the commands read: the five places of every name, and who has a number.
 #include "tests/admin/commands_fixture.h"
 
@@ -21,6 +22,8 @@ class NamesCommandTest : public CommandsTest {};
 TEST_F(NamesCommandTest, NamesWhatStandsInAPortsWayAndWhatBelongsToNone) {
     AddPort("QX\\P\\1", "COM5");
     EXPECT_EQ(Command("names").code, 0);
+    for (int i = 0; i < 3000; ++i)  // more than a first list takes
+        machine().DefineDosName(qxsim::ToWide("Volume" + std::to_string(i)), TEXT("\\Device\\Disk"));
     machine().DefineDosName(TEXT("COM5"), TEXT("\\Device\\Other"));
     machine().DefineDosName(TEXT("com300"), TEXT("\\Device\\Modem"));
     machine().DefineDosName(TEXT("COMPUTER"), TEXT("\\Device\\Modem"));

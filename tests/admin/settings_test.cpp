@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Settings on the command line and in files.
 #include "tests/admin/commands_fixture.h"
 

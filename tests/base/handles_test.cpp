@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The owner of platform handles, over a kind of handle that only counts its closings.
 #include "base/handles.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The simulated computer and desktop: one port of a maker's adapter.
 #include "tests/contract/contract.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The computer that Windows programs run on: the test port driver is installed for the length of the program.
 #include "tests/contract/contract.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What the platform promises, stated once and held against both platforms: the simulated computer, and the
 // system that Windows programs run on. It keeps the simulation honest: a test over it proves something about
 // the shipped library only as far as these statements hold on both sides.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Device-information sets, properties, hardware keys, interfaces, the device tree, and requests to a driver.
 #include "tests/contract/contract.h"
 

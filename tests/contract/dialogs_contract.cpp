@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Dialog controls, property sheets, message boxes, subclasses and resources.
 #include "tests/contract/contract.h"
 

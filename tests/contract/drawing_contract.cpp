@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What drawing takes, and what a module and the C library's edge take from the platform.
 #include "tests/contract/contract.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Holds the contracts against the shipped library: every call that it makes has one, or says here why not.
 #include "tests/contract/contract.h"
 

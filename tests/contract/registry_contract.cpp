@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Registry: rights, sizes, enumeration, deletion.
 #include "tests/contract/contract.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Mutexes, files, DOS names, processes, modules, text, locale, type libraries.
 #include "tests/contract/contract.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Message boxes, and the user in front of modal windows.
 #include "tests/desktop/desktop_fixture.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Controls: what messages change, what the dialog is told, and what the user cannot do.
 #include "tests/desktop/desktop_fixture.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Sheets of the module's own page templates with page procedures that write down what happens to them.
 #pragma once
 

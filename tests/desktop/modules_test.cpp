@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Modules, their resources, and what can be missing on a computer.
 #include "tests/desktop/desktop_fixture.h"
 

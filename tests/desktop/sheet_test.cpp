@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Property sheets: which page is told what, and when.
 #include "tests/desktop/desktop_fixture.h"
 

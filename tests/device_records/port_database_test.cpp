@@ -1,8 +1,9 @@
+// SPDX-License-Identifier: MIT
 // The COM port database and the utilities beside it.
 #include "tests/support/machine_fixture.h"
 
-#include "device_records/com_port_util.h"
-#include "device_records/utils.h"
+#include "device_records/port_access.h"
+#include "device_records/port_util.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -10,12 +11,7 @@
 namespace {
 
 using qx::CPortUtil;
-using qx::CUtils;
 using qx::Text;
-
-std::string Narrow(const Text& text) {
-    return qxsim::ToUtf8(qxsim::WideString(text.view()));
-}
 
 class PortDatabase : public qxtest::MachineTest {
   protected:
@@ -64,11 +60,11 @@ TEST_F(PortDatabase, NamesForTheChoiceBox) {
     Opened database;
     const auto names = database.util.ListComNames(TEXT("COM3"));
     ASSERT_EQ(names.size(), 255U);
-    EXPECT_EQ(Narrow(names[0]), "COM1 (in use)");
-    EXPECT_EQ(Narrow(names[1]), "COM2");
-    EXPECT_EQ(Narrow(names[2]), "COM3") << "the port's own name";
-    EXPECT_EQ(Narrow(names[254]), "COM255");
-    EXPECT_EQ(Narrow(database.util.ListComNames(TEXT("com3"))[2]), "COM3 (in use)");
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        EXPECT_EQ(names[i].number, i + 1);
+        EXPECT_EQ(names[i].in_use, i == 0) << "COM3 is the port's own name";
+    }
+    EXPECT_TRUE(database.util.ListComNames(TEXT("com3"))[2].in_use);
     instruments().Inject({"ComDBGetCurrentPortUsage", 1, false, 0});
     EXPECT_TRUE(database.util.ListComNames(TEXT("COM3")).empty());
     instruments().ClearFaults();
@@ -97,66 +93,17 @@ TEST_F(PortDatabase, AnUnopenedHolderAnswersNo) {
     denied();
 }
 
-class PortUtilities : public qxtest::MachineTest {
-  protected:
-    std::optional<std::string> Entry(const char* port) {
-        return machine().ReadText(qxsim::kPortsPath, std::string(port) + ":");
-    }
-};
-
-TEST_F(PortUtilities, APortCanBeOpenedWhenItIsThereAndNobodyHasIt) {
+TEST_F(PortDatabase, APortCanBeOpenedWhenItIsThereAndNobodyHasIt) {
     qxsim::DeviceRecipe port;
     port.id = "QXBUS\\PORT1\\1";
     port.port = "COM12";
     machine().AddDevice(qxsim::Machine::kRoot, port);
-    EXPECT_TRUE(CUtils::CanOpenPort(TEXT("COM12")));
-    EXPECT_TRUE(CUtils::CanOpenPort(TEXT("COM12"))) << "it does not keep the port";
-    EXPECT_FALSE(CUtils::CanOpenPort(TEXT("COM13")));
-    EXPECT_FALSE(CUtils::CanOpenPort(Text()));
+    EXPECT_TRUE(qx::CanOpenPort(TEXT("COM12")));
+    EXPECT_TRUE(qx::CanOpenPort(TEXT("COM12"))) << "it does not keep the port";
+    EXPECT_FALSE(qx::CanOpenPort(TEXT("COM13")));
+    EXPECT_FALSE(qx::CanOpenPort(Text()));
     Dev("QXBUS\\PORT1\\1").held_open_by = qxsim::ToWide("terminal.exe");
-    EXPECT_FALSE(CUtils::CanOpenPort(TEXT("COM12")));
-}
-
-TEST_F(PortUtilities, LineSettingsOfEveryCode) {
-    struct Case {
-        int baud;
-        DWORD data, parity, stop, flow;
-        const char* entry;  // null: refused
-    };
-    const Case cases[] = {
-        {115200, 3, 0, 0, 4, "115200,8,n,1,x"},
-        {9600, 3, 0, 0, 0, "9600,8,n,1"},
-        {75, 0, 1, 1, 1, "75,5,o,1.5,p"},
-        {300, 1, 2, 2, 2, "300,6,e,2,p"},
-        {1200, 2, 3, 0, 0, "1200,7,m,1"},
-        {-1, 3, 4, 2, 4, "-1,8,s,2,x"},
-        {9600, 4, 0, 0, 0, nullptr},
-        {9600, 3, 5, 0, 0, nullptr},
-        {9600, 3, 0, 3, 0, nullptr},
-        {9600, 3, 0, 0, 3, nullptr},
-        {9600, 3, 0, 0, 5, nullptr},
-        {9600, 0xFFFFFFFF, 0, 0, 0, nullptr},
-    };
-    machine().WriteText(qxsim::kPortsPath, "COM4:", "other");
-    for (const Case& c : cases) {
-        machine().WriteText(qxsim::kPortsPath, "COM3:", "before");
-        EXPECT_EQ(CUtils::WritePortsEntry(TEXT("COM3"), c.baud, c.data, c.parity, c.stop, c.flow),
-                  c.entry != nullptr);
-        EXPECT_EQ(Entry("COM3"), c.entry != nullptr ? c.entry : "before");
-    }
-    EXPECT_EQ(Entry("COM4"), "other");
-    ASSERT_TRUE(CUtils::WritePortsEntry(TEXT("COM12"), 9600, 3, 0, 0, 0));
-    EXPECT_EQ(machine().FindKey(qxsim::ToWide(qxsim::kPortsPath))->Find(qxsim::ToWide("COM12:"))->data.size(),
-              22U);
-
-    for (const char* call : {"RegCreateKeyExW", "RegSetValueExW"}) {
-        instruments().Inject({call, 1, false, ERROR_ACCESS_DENIED});
-        EXPECT_FALSE(CUtils::WritePortsEntry(TEXT("COM3"), 1, 3, 0, 0, 0)) << call;
-        EXPECT_NE(Entry("COM3"), "1,8,n,1");
-    }
-    machine().DeleteKey(qxsim::ToWide(qxsim::kPortsPath));
-    EXPECT_TRUE(CUtils::WritePortsEntry(TEXT("COM3"), 9600, 3, 0, 0, 0))
-        << "makes the key where it is missing";
+    EXPECT_FALSE(qx::CanOpenPort(TEXT("COM12")));
 }
 
 }  // namespace

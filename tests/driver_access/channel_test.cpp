@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The channel to a port's driver: what it asks, what it makes of the answers, and that it leaves nothing
 // behind.
 #include "tests/support/machine_fixture.h"
@@ -164,19 +165,6 @@ TEST_F(Channel, AControlDeviceThatSomebodyHoldsOpenIsNotShared) {
     EXPECT_TRUE(port.channel.ReadSettings(set, 0));
 }
 
-TEST_F(Channel, SetsThatCannotBeListedAreSaidOnStandardOutput) {
-    for (const bool parent : {false, true}) {
-        instruments().Inject({"SetupDiGetClassDevsW", 1, false, ERROR_ACCESS_DENIED});
-        const Handed handed = Hand(kPort);
-        CQxUserModeConfig channel(handed.set, handed.element);
-        CQxSetupDi_ParentDevice adapter(handed.set, handed.element);
-        testing::internal::CaptureStdout();
-        EXPECT_FALSE(parent ? adapter.FindParent() : channel.FindInterface());
-        EXPECT_EQ(testing::internal::GetCapturedStdout(), "SetupDiGetClassDevs failed: 5\n");
-        instruments().ClearFaults();
-    }
-}
-
 TEST_F(Channel, FindsTheAdapterOfAPort) {
     const Handed handed = Hand(kPort);
     CQxSetupDi_ParentDevice parent(handed.set, handed.element);
@@ -237,38 +225,6 @@ TEST_F(Channel, AnswersThatMakeNoSenseFailTheRead) {
         EXPECT_EQ(port.channel.ReadSettings(set, qx::kPortSet), c.good) << c.what;
         EXPECT_EQ(instruments().CallCount("CreateFileW"), instruments().CallCount("CloseHandle")) << c.what;
     }
-}
-
-// A stream of the bus set may end anywhere, and its text's length may be anything.
-TEST_F(Channel, BusStreamsOfEveryLengthAndTextLength) {
-    Found port(Hand(kPort));
-    Bytes whole(24, 1);
-    for (const BYTE byte : Bytes{3, 0, 0, 0, 'U', 'S', 'B', 0})
-        whole.push_back(byte);
-    whole.insert(whole.end(), 28, BYTE{2});
-    const auto read = [&](const Bytes& stream) {
-        qxsim::Misbehaviour size;
-        size.size = static_cast<std::uint32_t>(stream.size());
-        qxsim::Misbehaviour answer;
-        answer.stream = stream;
-        Misbehave(DriverRequest::SettingsSize, size, qx::kBusSet);
-        Misbehave(DriverRequest::Settings, answer, qx::kBusSet);
-        CQxUBusUserModeInterface set;
-        return port.channel.ReadSettings(set, qx::kBusSet);
-    };
-    for (std::size_t length = 0; length <= whole.size(); ++length)
-        EXPECT_EQ(read(Bytes(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(length))),
-                  length == whole.size())
-            << length;
-    for (const std::uint32_t text : {0U, 2U, 4U, 32U, 33U, 0x7FFFFFFFU, 0x80000003U, 0xFFFFFFFFU}) {
-        Bytes lie = whole;
-        for (unsigned i = 0; i != 4; ++i)
-            lie[24 + i] = static_cast<BYTE>(text >> (8 * i));
-        EXPECT_FALSE(read(lie)) << text;
-    }
-    Bytes unterminated = whole;
-    std::fill(unterminated.begin() + 28, unterminated.end(), BYTE{'x'});
-    EXPECT_FALSE(read(unterminated));
 }
 
 TEST_F(Channel, WhatCannotBeEncodedIsNotSent) {

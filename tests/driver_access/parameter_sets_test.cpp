@@ -1,8 +1,11 @@
+// SPDX-License-Identifier: MIT
 // The two parameter sets as the drivers know them.
 #include "driver_access/bus_parameters.h"
 #include "driver_access/vcp_parameters.h"
+#include "platform/machine/machine.h"
 #include "tests/support/allocations.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <string>
@@ -40,88 +43,66 @@ Bytes CountingStream(std::size_t numbers) {
     return stream;
 }
 
-// One element: its name, its field (none for the text), and the values registered and set before any read.
-template <typename Set>
-struct Row {
-    const char* name;
-    DWORD Set::*field;
-    DWORD registered;
-    DWORD initial;
-};
-
-// The elements of a fresh set, in the drivers' order, and the fields that a counting stream lands in.
-template <typename Set>
-void CheckElements(const std::vector<Row<Set>>& rows, const Bytes& counting) {
-    Set set;
-    Bytes initial;
-    const auto* element = set.First();
-    for (const Row<Set>& row : rows) {
-        ASSERT_NE(element, nullptr) << row.name;
-        const auto name = element->Name().view();
-        EXPECT_EQ(std::string(name.begin(), name.end()), row.name);
-        EXPECT_EQ(element->Type(), row.field != nullptr ? qx::kNumberElement : qx::kStringElement)
-            << row.name;
-        if (row.field != nullptr)
-            EXPECT_EQ(*std::get<1>(element->Registered()), row.registered) << row.name;
-        else
-            EXPECT_TRUE(std::get<2>(element->Registered())->text.empty()) << row.name;
-        Add(initial, row.initial);
-        if (row.field == nullptr)
-            initial.push_back(0);  // no characters, and their terminator
-        element = set.Next();
-    }
-    EXPECT_EQ(element, nullptr);
-    EXPECT_EQ(Encoded(set), initial);
-
-    ASSERT_TRUE(Decode(set, counting));
-    DWORD place = 0;
-    for (const Row<Set>& row : rows) {
-        ++place;
-        EXPECT_EQ(row.field != nullptr ? set.*row.field : place, place) << row.name;
-    }
-    EXPECT_EQ(Encoded(set), counting);
+Bytes BusStream() {
+    Bytes stream = CountingStream(6);
+    for (const BYTE byte : Bytes{3, 0, 0, 0, 'U', 'S', 'B', 0})
+        stream.push_back(byte);
+    for (DWORD i = 8; i <= 14; ++i)
+        Add(stream, i);
+    return stream;
 }
 
-TEST(PortSet, ElementsAreTheDrivers) {
-    using Set = CQxUVcpUserModeInterface;
-    constexpr DWORD kAll = 0xFFFFFFFF;
-    CheckElements<Set>(
-        {
-            {"PortType", &Set::PortType, 255, 0},
-            {"MaxBaudRate", &Set::MaxBaudRate, 1000000, 921600},
-            {"MinBaudRate", &Set::MinBaudRate, 75, 60},
-            {"DuplexMode", &Set::DuplexMode, 0, 0},
-            {"Baudrate", &Set::Baudrate, 9600, 0},
-            {"Databits", &Set::Databits, 3, 0},
-            {"Parity", &Set::Parity, 0, 0},
-            {"Stopbits", &Set::Stopbits, 0, 0},
-            {"FlowControl", &Set::FlowControl, 0, 1},
-            {"LogLevel", &Set::LogLevel, 0, 0},
-            {"ReceiveTriggerLevel", &Set::ReceiveTriggerLevel, 75, kAll},
-            {"TransmitTriggerLevel", &Set::TransmitTriggerLevel, 10, kAll},
-            {"FlowControlTriggerLevel", &Set::FlowControlTriggerLevel, 85, kAll},
-            {"SupportedBaudRates", &Set::SupportedBaudRates, 0x1007FFFF, kAll},
-            {"SupportedParities", &Set::SupportedParities, 0x1F00, kAll},
-            {"SupportedDataBits", &Set::SupportedDataBits, 0x0F, kAll},
-            {"SupportedStopBits", &Set::SupportedStopBits, 0x07, kAll},
-            {"SupportedFlowControls", &Set::SupportedFlowControls, 0x0F, kAll},
-            {"SupportedDuplexModes", &Set::SupportedDuplexModes, 0, 255},
-            {"OverridBaudRates", &Set::OverridBaudRates, 0, 0},
-            {"OverrideDataBits", &Set::OverrideDataBits, 0, 0},
-            {"OverrideParity", &Set::OverrideParity, 0, 0},
-            {"OverrideStopbits", &Set::OverrideStopbits, 0, 0},
-            {"OverrideFlowControl", &Set::OverrideFlowControl, 0, 0},
-            {"EmulateCTSTrue", &Set::EmulateCTSTrue, 0, 0},
-            {"EmulateDSRTrue", &Set::EmulateDSRTrue, 0, 0},
-            {"422485CtsTrue", &Set::_422485CtsTrue, 0, 0},
-            {"CtsSupported", &Set::CtsSupported, 1, 1},
-            {"RtsSupported", &Set::RtsSupported, 1, 1},
-            {"DtrSupported", &Set::DtrSupported, 1, 1},
-            {"DsrSupported", &Set::DsrSupported, 1, 1},
-            {"DcdSupported", &Set::DcdSupported, 1, 1},
-            {"RiSupported", &Set::RiSupported, 1, 1},
-        },
-        CountingStream(33));
+// The elements' names in their order.
+std::vector<std::string> NamesOf(qx::CSsInformationSet& set) {
+    std::vector<std::string> names;
+    for (const auto* element = set.First(); element != nullptr; element = set.Next())
+        names.emplace_back(element->Name().view().begin(), element->Name().view().end());
+    return names;
+}
+
+// All numbers in one figure.
+DWORD Digest(const std::vector<DWORD>& numbers) {
+    DWORD digest = 0;
+    for (const DWORD number : numbers)
+        digest = digest * 31 + number;
+    return digest;
+}
+
+template <typename Set>
+void CheckValues(DWORD initial, DWORD registered) {
+    Set set;
+    std::vector<DWORD> values;
+    std::vector<DWORD> defaults;
+    for (const auto* element = set.First(); element != nullptr; element = set.Next())
+        if (const auto* const number = std::get_if<1>(&element->Registered())) {
+            values.push_back(*element->Number());
+            defaults.push_back(**number);
+        }
+    EXPECT_EQ(Digest(values), initial) << "what a page shows that could not read";
+    EXPECT_EQ(Digest(defaults), registered);
+}
+
+TEST(ParameterSets, BeginWithTheValuesThatTheDriversAgreedOn) {
+    CheckValues<CQxUVcpUserModeInterface>(3872869340, 928208999);
+    CheckValues<CQxUBusUserModeInterface>(0, 4197722046);
+}
+
+// Every number has a field of its own, in the drivers' order: what comes in goes out again.
+TEST(ParameterSets, ElementsAreTheDrivers) {
+    CQxUVcpUserModeInterface port;
+    EXPECT_THAT(NamesOf(port), testing::ElementsAreArray(qxsim::PortSettingNames()));
+    ASSERT_TRUE(Decode(port, CountingStream(33)));
+    EXPECT_EQ(std::pair(port.Baudrate, port.FlowControl), std::pair(DWORD{5}, DWORD{9}));
+    EXPECT_EQ(Encoded(port), CountingStream(33));
+
+    CQxUBusUserModeInterface bus;
+    std::vector<std::string> names(qxsim::BusNumberNames().begin(), qxsim::BusNumberNames().end());
+    names.insert(names.begin() + 6, qxsim::kBusTextName);
+    EXPECT_EQ(NamesOf(bus), names);
+    ASSERT_TRUE(Decode(bus, BusStream()));
+    EXPECT_EQ(bus.InterfaceType.text, Text(TEXT("USB")));
+    EXPECT_EQ(std::pair(bus.MaximumBaudRate, bus.PolicyType), std::pair(DWORD{6}, DWORD{8}));
+    EXPECT_EQ(Encoded(bus), BusStream());
 }
 
 TEST(PortSet, AShortStreamLeavesTheLastFieldAndALongOneIsNoFault) {
@@ -135,42 +116,14 @@ TEST(PortSet, AShortStreamLeavesTheLastFieldAndALongOneIsNoFault) {
     EXPECT_EQ(set.RiSupported, 33U);
 }
 
-TEST(BusSet, ElementsAreTheDrivers) {
-    using Set = CQxUBusUserModeInterface;
-    Bytes stream = CountingStream(6);
-    for (const BYTE byte : Bytes{3, 0, 0, 0, 0x55, 0x53, 0x42, 0})
-        stream.push_back(byte);
-    for (DWORD i = 8; i <= 14; ++i)
-        Add(stream, i);
-    CheckElements<Set>(
-        {
-            {"USB_TxTransferSize", &Set::USB_TxTransferSize, 4096, 0},
-            {"USB_RxTransferSize", &Set::USB_RxTransferSize, 4096, 0},
-            {"USB_LatencyTimer", &Set::USB_LatencyTimer, 16, 0},
-            {"RxFifoSize", &Set::RxFifoSize, 128, 0},
-            {"TxFifoSize", &Set::TxFifoSize, 256, 0},
-            {"MaximumBaudRate", &Set::MaximumBaudRate, 1000000, 0},
-            {"InterfaceType", nullptr, 0, 0},
-            {"PolicyType", &Set::PolicyType, 1, 0},
-            {"MaximumLatency", &Set::MaximumLatency, 16, 0},
-            {"MaximumLatencySliderPos", &Set::MaximumLatencySliderPos, 16, 0},
-            {"MaximumLatencyFineTuning", &Set::MaximumLatencyFineTuning, 1, 0},
-            {"LowCpuUsageFineTuning", &Set::LowCpuUsageFineTuning, 1, 0},
-            {"PortType", &Set::PortType, 0, 0},
-            {"SoftTxLimit", &Set::SoftTxLimit, 13, 0},
-        },
-        stream);
-    Set set;
-    ASSERT_TRUE(Decode(set, stream));
-    EXPECT_EQ(set.InterfaceType.text, Text(TEXT("USB")));
-
-    // A length that disagrees with the text: the numbers before it are new, those behind it old.
-    Set other;
+TEST(BusSet, ATextWhoseLengthDisagreesEndsTheRead) {
+    CQxUBusUserModeInterface set;
+    Bytes stream = BusStream();
     stream[24] = 2;
-    EXPECT_FALSE(Decode(other, stream));
-    EXPECT_EQ(other.MaximumBaudRate, 6U);
-    EXPECT_TRUE(other.InterfaceType.text.empty());
-    EXPECT_EQ(other.PolicyType, 0U);
+    EXPECT_FALSE(Decode(set, stream));
+    EXPECT_EQ(set.MaximumBaudRate, 6U) << "before the text, new";
+    EXPECT_TRUE(set.InterfaceType.text.empty());
+    EXPECT_EQ(set.PolicyType, 0U) << "behind it, old";
 }
 
 // Whatever allocation fails while a set is made, the set stands, with fewer elements at worst.

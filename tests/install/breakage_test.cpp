@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Every scenario with every platform call failing, in three ways, and with the power cut at every change.
 //
 // Whatever fails: no exception leaves an entry, nothing stays open, a failed installation's result comes back

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tests/install/installer.h"
 
 #include "install/card_coinstaller.h"
@@ -64,7 +65,7 @@ std::vector<std::string> NamesOf(const qxsim::Machine& machine, const AdapterRec
     std::vector<std::string> names;
     for (std::size_t i = 0; i < recipe.names.size(); ++i) {
         const qxsim::Device* const port = machine.Find(PortId(recipe, i));
-        names.push_back(port == nullptr ? "(gone)" : machine.NamesOf(*port).port_name);
+        names.push_back(port == nullptr ? "(gone)" : machine.PortName(*port));
     }
     return names;
 }

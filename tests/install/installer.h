@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The device installer's part in an installation, and adapters for it to install.
 //
 // The tests call the co-installers the way the device installer does: first call, the platform's own work,
@@ -96,7 +97,7 @@ class InstallTest : public MachineTest {
         return *installer_;
     }
 
-    [[nodiscard]] std::string PortName(const std::string& id) { return machine().NamesOf(Dev(id)).port_name; }
+    [[nodiscard]] std::string PortName(const std::string& id) { return machine().PortName(Dev(id)); }
     [[nodiscard]] std::optional<std::uint32_t> SortedMark(const std::string& id) {
         return machine().ReadDword(KeyPath(id), "ChildPortNameSorted");
     }

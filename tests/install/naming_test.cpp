@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The names that adapters' ports end up with, as a field engineer meets them: reinstallation, adapters among
 // each other, products with fixed numbers, and the order of one adapter's numbers.
 #include "tests/install/installer.h"
@@ -5,13 +6,13 @@
 #include "device_records/registry_layout.h"
 #include "install/card_coinstaller.h"
 #include "install/com_name.h"
+#include "install/device_helpers.h"
 #include "install/fixed_com_numbers.h"
 #include "install/multi_device_products.h"
 #include "install/product_data.h"
 #include "platform/desktop/desktop.h"
 
 #include <algorithm>
-#include <set>
 
 namespace qxtest {
 namespace {
@@ -127,34 +128,12 @@ TEST_F(Reinstallation, OfAllPortsGivesTheUsersNamesAndSettingsBack) {
         << "a backup was left";
 
     // Once given back, the backup no longer speaks: a name chosen since survives the next start of the port.
-    ASSERT_TRUE(Port(PortId(adapter, 0)).RenameComPort(TEXT("COM33"), nullptr, false, false));
+    ASSERT_TRUE(Port(PortId(adapter, 0)).RenameComPort(TEXT("COM33")));
     machine().Stop(Dev(PortId(adapter, 0)));
     machine().Start(Dev(PortId(adapter, 0)));
     machine().WriteDword(KeyPath(PortId(adapter, 4)), "ChildPortNameSorted", 1);
     installer().InstallPort(PortId(adapter, 0));
     EXPECT_EQ(PortName(PortId(adapter, 0)), "COM33");
-}
-
-TEST_F(Reinstallation, OfSixteenPortsInAnyOrderAndOfTwoAdaptersAtOnce) {
-    AdapterRecipe a{.product = "1116", .serial = "QXA"};
-    AdapterRecipe b{.product = "1116", .serial = "QXB"};
-    for (unsigned i = 0; i < 16; ++i) {
-        a.names.push_back("COM" + std::to_string(10 + (i * 7) % 16));
-        b.names.push_back("COM" + std::to_string(120 - i * 3));
-    }
-    AddAdapter(machine(), a);
-    AddAdapter(machine(), b);
-    const std::vector<unsigned> claimed = machine().ClaimedNumbers();
-    installer().BeginReinstall(a);
-    installer().BeginReinstall(b);
-    for (std::size_t i = 0; i < 16; ++i) {
-        installer().InstallPort(PortId(a, 15 - i));
-        installer().InstallPort(PortId(b, (i * 5) % 16));
-    }
-    EXPECT_EQ(NamesOf(machine(), a), a.names);
-    EXPECT_EQ(NamesOf(machine(), b), b.names);
-    EXPECT_EQ(machine().ClaimedNumbers(), claimed);
-    EXPECT_EQ(Questions(), 0U);
 }
 
 // A child that cannot be read or backed up costs nobody but itself.
@@ -227,20 +206,9 @@ TEST_F(Reinstallation, RestartsARestoredPortAndLooksThroughTheTree) {
     InstallByClass(machine(), PortId(adapter, 0));
     instruments().Reset();
     installer().CallBackPort(PortId(adapter, 0));
-    Names steps;
-    bool restart = false;
-    for (const qxsim::CallRecord& call : instruments().Trace()) {
-        restart |= call.function == "CM_Locate_DevNodeW";
-        if (restart && !call.function.ends_with("LastError"))
-            steps.push_back(call.function);
-    }
-    EXPECT_EQ(steps, (Names{"CM_Locate_DevNodeW", "CM_Reenumerate_DevNode",  //
-                            "SetupDiGetDeviceInstallParamsW", "SetupDiSetDeviceInstallParamsW",
-                            "SetupDiSetClassInstallParamsW", "SetupDiCallClassInstaller",
-                            "SetupDiGetDeviceInstallParamsW", "SetupDiSetDeviceInstallParamsW",
-                            "SetupDiSetClassInstallParamsW", "SetupDiCallClassInstaller",
-                            "CM_Reenumerate_DevNode", "ReleaseMutex", "CloseHandle"}));
-    EXPECT_GE(machine().Reenumerations(qxsim::Machine::kRoot), 1U);
+    EXPECT_EQ(Restarts(), (Names{PortId(adapter, 0), PortId(adapter, 0)}));
+    EXPECT_EQ(machine().Reenumerations(qxsim::Machine::kRoot), 1U);
+    EXPECT_EQ(machine().Reenumerations(Dev(PortId(adapter, 0)).node), 1U);
 
     instruments().Reset();
     installer().CallBackPort(PortId(adapter, 0));
@@ -273,15 +241,33 @@ TEST_F(FixedNumbers, MakeTheirHolderGiveWay) {
 }
 
 // A device that is not plugged in has no DOS name that could be moved, so it keeps its name beside the new
-// holder, and has to be renamed when it comes back.
+// holder, and has to be renamed when it comes back. One whose driver has left the DOS name behind is moved.
 TEST_F(FixedNumbers, AreTakenFromADeviceThatIsNotPluggedIn) {
-    AddPort("FOREIGN\\GHOST\\1", "COM89", false);
-    AdapterRecipe adapter{.product = "2103", .names = {""}};
+    for (const char* const left : {"", "\\Device\\Ghost"}) {
+        Use(std::make_unique<qxsim::Machine>());
+        AddPort("FOREIGN\\GHOST\\1", "COM89", false);
+        if (*left)
+            machine().DefineDosName(TEXT("COM89"), qxsim::ToWide(left));
+        AdapterRecipe adapter{.product = "2103", .names = {""}};
+        AddAdapter(machine(), adapter);
+        installer().InstallPort(PortId(adapter, 0));
+        EXPECT_EQ(NamesOf(machine(), adapter), Names{"COM89"});
+        EXPECT_EQ(PortName("FOREIGN\\GHOST\\1"), *left ? "COM5" : "COM89");
+        if (*left)
+            machine().Remove(Dev("FOREIGN\\GHOST\\1"));
+        EXPECT_EQ(Questions(), 0U);
+    }
+}
+
+// Nobody makes room for a port that may not be renamed.
+TEST_F(FixedNumbers, StayWithTheirHolderWhenThePortCannotTakeThem) {
+    AddPort("FOREIGN\\MODEM\\1", "COM89");
+    AdapterRecipe adapter{.product = "2103", .names = {"COM7"}};
     AddAdapter(machine(), adapter);
-    installer().InstallPort(PortId(adapter, 0));
-    EXPECT_EQ(NamesOf(machine(), adapter), Names{"COM89"});
-    EXPECT_EQ(PortName("FOREIGN\\GHOST\\1"), "COM89");
-    EXPECT_EQ(Questions(), 0U);
+    machine().HardwareKey(Dev(PortId(adapter, 0)))->refused = KEY_SET_VALUE;
+    installer().CallBackPort(PortId(adapter, 0));
+    EXPECT_EQ(PortName("FOREIGN\\MODEM\\1"), "COM89");
+    EXPECT_EQ(NamesOf(machine(), adapter), Names{"COM7"});
 }
 
 // The port's own number looks free once its claim is lost; a holder that moved there would lose its DOS name
@@ -341,17 +327,8 @@ TEST_F(FixedNumbers, BelongToExactlyTheProductsOfTheTable) {
         const DEVINST port = machine().AddDevice(node, child);
         EXPECT_FALSE(qx::IsFixedNumberProduct(qx::PortHardwareId(port))) << id;
     }
-    std::set<std::string> ids;
-    for (const qx::FixedComNumber& row : qx::FixedComNumberTable) {
+    for (const qx::FixedComNumber& row : qx::FixedComNumberTable)
         EXPECT_TRUE(qx::IsFixedNumberProduct(row.port_hardware_id));
-        EXPECT_EQ(qx::UpperCase(row.port_hardware_id), row.port_hardware_id);
-        ids.insert(qxsim::ToUtf8(row.port_hardware_id));
-    }
-    for (const WCHAR* const id : qx::MultiDeviceProductIds) {
-        EXPECT_EQ(qx::UpperCase(id), id);
-        ids.insert(qxsim::ToUtf8(id));
-    }
-    EXPECT_EQ(ids.size(), 39U) << "an id is listed twice";
     // Lower case, as some buses report it.
     qxsim::DeviceRecipe parent;
     parent.id = "usb\\vid_0f7a&pid_2202&mi_01\\7&x";
@@ -371,32 +348,6 @@ class Ordering : public Naming {
         return NamesOf(machine(), recipe);
     }
 };
-
-TEST_F(Ordering, PutsSwapsAndCyclesStraight) {
-    const std::vector<Names> starts{{"COM7", "COM5", "COM6"},
-                                    {"COM5", "COM6", "COM3", "COM4"},
-                                    {"COM20", "COM19", "COM18", "COM17", "COM16"},
-                                    {"COM6", "COM3", "COM4", "COM5"},
-                                    {"COM256", "COM1"}};
-    for (const Names& start : starts) {
-        Use(std::make_unique<qxsim::Machine>());
-        AdapterRecipe adapter{.names = start};
-        AddAdapter(machine(), adapter);
-        const std::vector<unsigned> claimed = machine().ClaimedNumbers();
-        Names wanted = start;
-        std::ranges::sort(wanted, {}, [](const std::string& name) { return std::stoi(name.substr(3)); });
-        installer().CallBackPort(PortId(adapter, 0));
-        EXPECT_EQ(NamesOf(machine(), adapter), wanted);
-        EXPECT_EQ(machine().ClaimedNumbers(), claimed);
-        EXPECT_EQ(Disagreements(), "");
-        EXPECT_EQ(SortedMark(PortId(adapter, start.size() - 1)), 1U);
-        EXPECT_EQ(Calls("SetupDiCallClassInstaller"), 2U) << "the last device is restarted, once";
-        EXPECT_EQ(Questions(), 0U);
-        instruments().Reset();
-        installer().CallBackPort(PortId(adapter, 0));
-        EXPECT_EQ(instruments().CallCount("DefineDosDeviceW"), 0U);
-    }
-}
 
 // Disabled and enabled for every profile or, where that is refused, for the present one; a device whose
 // parameters cannot be read is left running.
@@ -537,7 +488,7 @@ TEST_F(Ordering, WaitsUntilEveryDeviceRunsAndThenHappensOnce) {
     EXPECT_EQ(NamesOf(machine(), adapter), (Names{"COM3", "COM8", "COM9"}));
 
     // From now on the user's own choice stays.
-    ASSERT_TRUE(Port(PortId(adapter, 0)).RenameComPort(TEXT("COM77"), nullptr, false, false));
+    ASSERT_TRUE(Port(PortId(adapter, 0)).RenameComPort(TEXT("COM77")));
     EXPECT_EQ(Order(adapter), (Names{"COM77", "COM8", "COM9"}));
 }
 
@@ -609,6 +560,24 @@ TEST_F(Ordering, GoesThroughAllDevicesOfAMultiDeviceProduct) {
 
 using Renaming = Naming;
 
+// The device manager draws a renamed port anew, and the class installer is told what a restart is for.
+TEST_F(Renaming, AndRestartingAreMarkedInTheInstallParameters) {
+    const AdapterRecipe adapter{.names = {"COM3"}};
+    AddAdapter(machine(), adapter);
+    Handed port = Hand(PortId(adapter, 0));
+    SP_DEVINSTALL_PARAMS_W marks{};
+    marks.cbSize = sizeof(marks);
+    EXPECT_TRUE(qx::CCOMPortUtil(port.set, port.element).RenameComPort(TEXT("COM4")));
+    SetupDiGetDeviceInstallParamsW(port.set, &port.element, &marks);
+    EXPECT_EQ(marks.FlagsEx & DI_FLAGSEX_PROPCHANGE_PENDING, DWORD{DI_FLAGSEX_PROPCHANGE_PENDING});
+    EXPECT_EQ(marks.Flags & DI_PROPERTIES_CHANGE, 0U);
+    qx::DisableDevice(port.set, port.element);
+    EXPECT_FALSE(Dev(PortId(adapter, 0)).started);
+    qx::EnableDevice(port.set, port.element);
+    SetupDiGetDeviceInstallParamsW(port.set, &port.element, &marks);
+    EXPECT_EQ(marks.Flags & DI_PROPERTIES_CHANGE, DWORD{DI_PROPERTIES_CHANGE});
+}
+
 TEST_F(Renaming, MovesAllPlacesAndAsksOnlyWhenItMust) {
     AdapterRecipe adapter{.names = {"COM3"}};
     AddAdapter(machine(), adapter);
@@ -616,7 +585,7 @@ TEST_F(Renaming, MovesAllPlacesAndAsksOnlyWhenItMust) {
     machine().SetPropertyText(Dev(id), SPDRP_FRIENDLYNAME, "Port (COM3) COM3");
     machine().WriteText(qxsim::kPortsPath, "COM3:", "300,e,7,2");
     machine().WriteText(qxsim::kPortsPath, "COM12:", "300,e,7,2");
-    EXPECT_TRUE(Port(id).RenameComPort(TEXT("COM12"), nullptr, false, false));
+    EXPECT_TRUE(Port(id).RenameComPort(TEXT("COM12")));
     EXPECT_EQ(machine().Reenumerations(qxsim::Machine::kRoot), 0U);
     EXPECT_EQ(machine().PropertyText(Dev(id), SPDRP_FRIENDLYNAME), "Port (COM12) COM12");
     EXPECT_EQ(PortsEntry("COM12"), "9600,n,8,1");
@@ -624,16 +593,16 @@ TEST_F(Renaming, MovesAllPlacesAndAsksOnlyWhenItMust) {
     EXPECT_EQ(machine().ClaimedNumbers(), std::vector<unsigned>{12});
 
     const std::uint64_t changes = instruments().Changes();
-    EXPECT_TRUE(Port(id).RenameComPort(TEXT("COM12"), nullptr, true, true));
+    EXPECT_TRUE(Port(id).RenameComPort(TEXT("COM12"), {.confirm_if_open = true, .reenumerate = true}));
     EXPECT_EQ(instruments().Changes(), changes) << "the same name";
 
     // Somebody else's number: No changes nothing, Yes takes it.
     machine().SetClaimed(20, true);
-    EXPECT_TRUE(Port(id).RenameComPort(TEXT("COM20"), nullptr, false, false));
+    EXPECT_TRUE(Port(id).RenameComPort(TEXT("COM20")));
     EXPECT_EQ(PortName(id), "COM12");
     // Held open: asked only by who wants to ask.
     Dev(id).held_open_by = TEXT("terminal.exe");
-    EXPECT_TRUE(Port(id).RenameComPort(TEXT("COM13"), nullptr, true, false));
+    EXPECT_TRUE(Port(id).RenameComPort(TEXT("COM13"), {.confirm_if_open = true}));
     EXPECT_EQ(PortName(id), "COM12");
     const std::vector<qxsim::ShownBox> boxes = Desktop::The().Boxes();
     ASSERT_EQ(boxes.size(), 2U);
@@ -643,10 +612,10 @@ TEST_F(Renaming, MovesAllPlacesAndAsksOnlyWhenItMust) {
     }
     EXPECT_TRUE(boxes[0].text.starts_with("This COM name is being used by another device"));
     EXPECT_TRUE(boxes[1].text.starts_with("The port has been opened by another application."));
-    EXPECT_TRUE(Port(id).RenameComPort(TEXT("COM13"), nullptr, false, false));
+    EXPECT_TRUE(Port(id).RenameComPort(TEXT("COM13")));
     EXPECT_EQ(Questions(), 2U);
     Desktop::The().SetAnswers([](const qxsim::ShownBox&) { return IDYES; });
-    EXPECT_TRUE(Port(id).RenameComPort(TEXT("COM20"), nullptr, true, true));
+    EXPECT_TRUE(Port(id).RenameComPort(TEXT("COM20"), {.confirm_if_open = true, .reenumerate = true}));
     EXPECT_EQ(PortName(id), "COM20");
     EXPECT_EQ(machine().Reenumerations(qxsim::Machine::kRoot), 1U) << "asked for here only";
     EXPECT_EQ(Questions(), 4U);
@@ -681,14 +650,14 @@ TEST_F(Renaming, LeavesWhatWasWrittenBeforeTheFailure) {
         SCOPED_TRACE(std::string(failing.function) + " " + std::to_string(failing.nth));
         Use(start->Clone());
         instruments().Inject({.function = failing.function, .nth = failing.nth});
-        EXPECT_FALSE(Port(id).RenameComPort(TEXT("COM8"), nullptr, false, false));
+        EXPECT_FALSE(Port(id).RenameComPort(TEXT("COM8")));
         instruments().ClearFaults();
-        const qxsim::Machine::PortNames names = machine().NamesOf(Dev(id));
-        EXPECT_EQ(names.port_name, "COM3");
-        EXPECT_EQ(names.dos_names, Names{failing.dos_name});
+        const qxsim::Device& port = Dev(id);
+        EXPECT_EQ(PortName(id), "COM3");
+        EXPECT_EQ(machine().DosTarget(failing.dos_name), qxsim::ToUtf8(port.kernel_path));
         EXPECT_EQ(machine().ClaimedNumbers(), std::vector<unsigned>{failing.claim});
-        EXPECT_EQ(names.serial_comm, failing.serial_comm);
-        EXPECT_EQ(names.friendly_name, failing.friendly_name);
+        EXPECT_EQ(machine().SerialCommName(port), failing.serial_comm);
+        EXPECT_EQ(machine().PropertyText(port, SPDRP_FRIENDLYNAME), failing.friendly_name);
     }
     Use(start->Clone());
 }

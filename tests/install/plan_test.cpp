@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The plan of an ordering: every small adapter, with every choice of free numbers.
 #include "install/child_port_order.h"
 #include "install/com_name.h"

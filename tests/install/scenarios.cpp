@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tests/install/scenarios.h"
 
 #include "install/card_coinstaller.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Whole pieces of a field engineer's day, for the tests that break something in the middle of each.
 #pragma once
 

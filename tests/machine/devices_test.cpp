@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Device sets, properties, keys, the tree, and what the class installer does to them.
 #include "tests/support/machine_fixture.h"
 
@@ -174,7 +175,7 @@ TEST_F(DevicesTest, DisablingTakesTheSubtreeDownAndEnablingReadsPortNameAgain) {
     EXPECT_EQ(problem, static_cast<ULONG>(CM_PROB_DISABLED));
     EXPECT_FALSE(machine().Present(Dev(kPort1)));
     EXPECT_EQ(machine().DosTarget("COM5"), std::nullopt);
-    EXPECT_EQ(machine().NamesOf(Dev(kPort2)).serial_comm, "");
+    EXPECT_EQ(machine().SerialCommName(Dev(kPort2)), "");
     // It stays disabled over a restart.
     EXPECT_FALSE(qxsim::Machine::Reopen(machine().Snapshot())->Find(kAdapter)->started);
 
@@ -182,8 +183,8 @@ TEST_F(DevicesTest, DisablingTakesTheSubtreeDownAndEnablingReadsPortNameAgain) {
     EXPECT_TRUE(Change(kAdapter, DICS_ENABLE));
     EXPECT_EQ(machine().DosTarget("COM5"), std::nullopt);
     EXPECT_EQ(machine().DosTarget("COM15"), qxsim::ToUtf8(Dev(kPort1).kernel_path));
-    EXPECT_EQ(machine().NamesOf(Dev(kPort1)).serial_comm, "COM15");
-    EXPECT_EQ(machine().NamesOf(Dev(kPort2)).serial_comm, "COM6");
+    EXPECT_EQ(machine().SerialCommName(Dev(kPort1)), "COM15");
+    EXPECT_EQ(machine().SerialCommName(Dev(kPort2)), "COM6");
 }
 
 TEST_F(DevicesTest, ADeviceInUseAsksForARestartInsteadOfStopping) {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Control devices: finding, opening, and the five requests.
 #include "tests/support/machine_fixture.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The instruments: a test that relies on them must be able to trust them.
 #include "tests/support/machine_fixture.h"
 #include "tests/support/sweep.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Machine files: what is filled in, what comes back, and what is said about mistakes.
 #include "platform/machine/machine_file.h"
 #include "tests/support/machine_fixture.h"
@@ -33,23 +34,21 @@ TEST_F(MachineFileTest, APortIsFilledInAsAnInstallerWould) {
         {"id": "QX\\P\\2", "port": "COM3", "foreign": true, "present": false},
         {"id": "QX\\P\\3", "class": "Ports", "port": null}]}]})");
     const qxsim::Device& port = *loaded->Find("qx\\p\\1");
-    const Machine::PortNames names = loaded->NamesOf(port);
-    EXPECT_EQ(names.port_name, "COM12");
-    EXPECT_TRUE(names.claimed);
-    EXPECT_THAT(names.dos_names, ElementsAre("COM12"));
-    EXPECT_EQ(names.serial_comm, "COM12");
-    EXPECT_EQ(names.friendly_name, "Veltramark Serial Port (COM12)");
+    EXPECT_EQ(loaded->PortName(port), "COM12");
+    EXPECT_THAT(loaded->ClaimedNumbers(), ElementsAre(3U, 12U));
+    EXPECT_EQ(loaded->DosTarget("COM12"), qxsim::ToUtf8(port.kernel_path));
+    EXPECT_EQ(loaded->SerialCommName(port), "COM12");
+    EXPECT_EQ(loaded->PropertyText(port, SPDRP_FRIENDLYNAME), "Veltramark Serial Port (COM12)");
     EXPECT_EQ(loaded->PropertyText(port, SPDRP_DRIVER), "{4d36e978-e325-11ce-bfc1-08002be10318}\\0000");
     ASSERT_TRUE(port.control);
     EXPECT_EQ(port.control->settings["Baudrate"], 115200U);
     EXPECT_EQ(port.control->defaults["Baudrate"], 9600U);
     const qxsim::Device& ghost = *loaded->Find("QX\\P\\2");
     EXPECT_FALSE(ghost.control || ghost.started || loaded->Present(ghost));
-    EXPECT_TRUE(loaded->NamesOf(ghost).claimed);
     EXPECT_EQ(loaded->DosTarget("COM3"), std::nullopt);
     const qxsim::Device& nameless = *loaded->Find("QX\\P\\3");
     EXPECT_EQ(loaded->HardwareKey(nameless)->Find(TEXT("PortName")), nullptr);
-    EXPECT_EQ(loaded->NamesOf(nameless).friendly_name, "");
+    EXPECT_EQ(loaded->PropertyText(nameless, SPDRP_FRIENDLYNAME), "");
 }
 
 TEST_F(MachineFileTest, ExamplesLoadWithNamesThatAgreeAndComeBackUnchanged) {
@@ -58,9 +57,9 @@ TEST_F(MachineFileTest, ExamplesLoadWithNamesThatAgreeAndComeBackUnchanged) {
         SCOPED_TRACE(entry.path().string());
         const auto loaded = Machine::Load(entry.path());
         for (const qxsim::Device* port : loaded->Ports()) {
-            const Machine::PortNames names = loaded->NamesOf(*port);
-            EXPECT_TRUE(names.claimed);
-            EXPECT_EQ(names.serial_comm, names.started ? names.port_name : "");
+            const std::string name = loaded->PortName(*port);
+            EXPECT_TRUE(loaded->Claimed(static_cast<unsigned>(std::stoul(name.substr(3)))));
+            EXPECT_EQ(loaded->SerialCommName(*port), port->started ? name : "");
         }
         const std::string saved = loaded->ToJson();
         EXPECT_EQ(Machine::FromJson(saved)->ToJson(), saved);
@@ -121,9 +120,9 @@ TEST_F(MachineFileTest, AStoredFileIsEditedLikeAnyOther) {
     for (const Machine* each : {edited.get(), restarted.get()}) {
         const qxsim::Device& port = *each->Find("QX\\P\\1");
         EXPECT_EQ(port.control->settings["Baudrate"], 57600U);
-        EXPECT_EQ(each->NamesOf(port).friendly_name, "Veltramark Serial Port (COM9)");
-        EXPECT_THAT(each->NamesOf(port).dos_names, ElementsAre("COM9"));
-        EXPECT_EQ(each->NamesOf(*each->Find("QX\\P\\2")).serial_comm, "COM6");
+        EXPECT_EQ(each->PropertyText(port, SPDRP_FRIENDLYNAME), "Veltramark Serial Port (COM9)");
+        EXPECT_EQ(each->DosTarget("COM9"), qxsim::ToUtf8(port.kernel_path));
+        EXPECT_EQ(each->SerialCommName(*each->Find("QX\\P\\2")), "COM6");
         EXPECT_THAT(each->ClaimedNumbers(), ElementsAre(6U, 9U));
     }
     const std::string stored = edited->ToJson();

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // COM numbers, DOS names, opening by name, and what a port's start makes of them.
 #include "tests/support/machine_fixture.h"
 
@@ -96,10 +97,10 @@ TEST_F(NamesTest, AComPortOpensOnceThroughWhateverNameLeadsToIt) {
 TEST_F(NamesTest, ANameThatIsTakenIsNotDefinedTwice) {
     AddPort("QX\\P\\1", "COM5");
     AddPort("QX\\P\\2", "COM5");
-    EXPECT_EQ(machine().NamesOf(Dev("QX\\P\\1")).serial_comm, "COM5");
+    EXPECT_EQ(machine().SerialCommName(Dev("QX\\P\\1")), "COM5");
     EXPECT_TRUE(Dev("QX\\P\\2").started);
-    EXPECT_EQ(machine().NamesOf(Dev("QX\\P\\2")).serial_comm, "");
-    EXPECT_TRUE(machine().NamesOf(Dev("QX\\P\\2")).dos_names.empty());
+    EXPECT_EQ(machine().SerialCommName(Dev("QX\\P\\2")), "");
+    EXPECT_EQ(machine().DosTarget("COM5"), qxsim::ToUtf8(Dev("QX\\P\\1").kernel_path));
 }
 
 TEST_F(NamesTest, ARestartBringsNamesBackFromPortNameAndLeavesOthersAlone) {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The registry where the platform is subtle: sizes, rights, enumeration, deletion.
 #include "tests/support/machine_fixture.h"
 
@@ -13,6 +14,7 @@ class RegistryTest : public MachineTest {
   protected:
     void SetUp() override {
         MachineTest::SetUp();
+        texts_are_whole = false;
         const auto root = machine().MakeKey(TEXT("Software\\Test"));
         root->Set(TEXT("Text"), REG_SZ, qxsim::TextBytes(TEXT("COM5")));
         root->Set(TEXT("Number"), REG_DWORD, qxsim::DwordBytes(7));

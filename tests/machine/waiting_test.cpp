@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Mutexes between processes, and programs that run for a while.
 #include "tests/support/machine_fixture.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The loaded library with every one of its allocations failing in turn, once and for good: no exception
 // leaves an entry or a window message, nothing stays open, and requests are answered as if the work had ended
 // there.

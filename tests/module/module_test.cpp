@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The library as the loader and the component runtime see it.
 #include "module/uui_module.h"
 #include "tests/support/machine_fixture.h"

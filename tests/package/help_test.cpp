@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The help file: everything that the pages can ask the viewer for is in it, and it is made of the sources in
 // help/.
 #include "pages/help_links.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tests/package/inf_check.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Checks the INFs of a driver package by the rules that an installer holds them to, and by this library's
 // own.
 #pragma once

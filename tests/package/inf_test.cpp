@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The example INFs: that they can be installed as they are, and that the check would notice if they could
 // not.
 #include "tests/package/inf_check.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What driver authors are told about the settings must be what the library does: the page, the header for C
 // and the library's own sets are compared with each other.
 #include "driver_access/bus_parameters.h"

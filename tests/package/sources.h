@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The files of the tree that these tests read.
 #pragma once
 

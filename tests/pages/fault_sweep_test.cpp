@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A user's visit to every page with one thing going wrong at a time. What must then hold stands in visits.h.
 #include "tests/pages/visits.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The help viewer: found once, from a place that not everybody can write to, and told the right topics.
 //
 // It is looked for once in a process, so every test here runs in a process of its own.
@@ -86,7 +87,9 @@ TEST_F(HelpViewer, IsLoadedFromTheSystemDirectoryAloneUnlessRegisteredWithItsPat
     load_of("hhctrl.ocx", "hhctrl.ocx", LOAD_LIBRARY_SEARCH_SYSTEM32);
     load_of("viewer\\hhctrl.ocx", "hhctrl.ocx", LOAD_LIBRARY_SEARCH_SYSTEM32);
     const char* const path = "C:\\Windows\\System32\\hhctrl.ocx";
+    const char* const share = "\\\\server\\share\\hhctrl.ocx";
     load_of(path, path, LOAD_WITH_ALTERED_SEARCH_PATH);
+    load_of(share, share, LOAD_WITH_ALTERED_SEARCH_PATH);
     load_of("%SystemRoot%\\System32\\hhctrl.ocx", path, LOAD_WITH_ALTERED_SEARCH_PATH, REG_EXPAND_SZ);
     // What is no path, or cannot be read, is none.
     load_of(path, "hhctrl.ocx", LOAD_LIBRARY_SEARCH_SYSTEM32, REG_BINARY);

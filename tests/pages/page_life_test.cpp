@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The page object's life: made by the provider, gone exactly once, whatever becomes of its sheet.
 #include "module/resource.h"
 #include "pages/advanced_dialog.h"
@@ -132,6 +133,34 @@ TEST_F(PageLife, HasNoPageForOtherSheetsAndForDriversThatDoNotAnswer) {
     EXPECT_EQ(answer.result, FALSE);
     EXPECT_EQ(answer.added, 0);
     EXPECT_TRUE(qxsim::Desktop::The().Boxes().empty());
+}
+
+// What other programs did to the port while its pages were open is not undone, and a new name is looked for
+// in the whole tree.
+TEST_F(PageLife, WritesWhatTheUserChangedAndNothingElse) {
+    Driver().settings["PortType"] = 1;
+    Driver().settings["SupportedDuplexModes"] = 3;
+    Dev(kPort).held_open_by = TEXT("terminal.exe");
+    qxsim::Desktop::The().SetAnswers([](const qxsim::ShownBox& box) {
+        EXPECT_NE(qxsim::Desktop::The().Picture(box.window).activation_context, 0U) << "without themes";
+        return IDYES;
+    });
+    ShowProperties({
+        [] { Press(IDC_ADVANCED); },
+        [] { ChooseEntry(IDC_COM_NUMBER, 11); },
+        [] { OpenTab(1); },
+        [] { ChooseEntry(IDC_DUPLEX_MODE, 1); },
+        [this] { Driver().settings["LogLevel"] = 9; },
+        [] { PressOk(); },
+        [] { TypeInto(IDC_BAUD_RATE, TEXT("4800")); },
+        [] { PressOk(); },
+    });
+    EXPECT_EQ(qxsim::Desktop::The().Boxes().size(), 3U);
+    EXPECT_EQ(Driver().settings["Baudrate"], 4800U);
+    EXPECT_EQ(PortName(), "COM12");
+    EXPECT_EQ(machine().Reenumerations(qxsim::Machine::kRoot), 1U);
+    EXPECT_EQ(Driver().settings["DuplexMode"], 2U);
+    EXPECT_EQ(Driver().settings["LogLevel"], 9U);
 }
 
 // The adapter is pulled between opening and OK: the pages refuse, say so where they can, and close with

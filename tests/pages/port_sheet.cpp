@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tests/pages/port_sheet.h"
 
 #include "pages/page_provider.h"
@@ -10,6 +11,8 @@
 namespace qxtest {
 
 using qxsim::Desktop;
+
+constexpr int kApplyButton = 0x3021;  // as the platform's sheets have it
 
 void PortSheetTest::SetUp() {
     MachineTest::SetUp();
@@ -46,6 +49,11 @@ INT_PTR PortSheetTest::ShowProperties(Steps steps) {
 
     auto next = std::make_shared<std::size_t>(0);
     Desktop::The().SetUser([steps = std::move(steps), next] {
+        // What stands behind cannot be used, or OK could be pressed twice.
+        for (const HWND window : Desktop::The().OpenWindows())
+            EXPECT_EQ(IsWindowEnabled(window) != FALSE, window == Desktop::The().TopWindow());
+        // What is not applied by OK is not applied.
+        EXPECT_EQ(GetDlgItem(Desktop::The().TopWindow(), kApplyButton), nullptr);
         if (*next >= steps.size())
             return false;
         steps[(*next)++]();
@@ -59,6 +67,8 @@ INT_PTR PortSheetTest::ShowProperties(Steps steps) {
     header.phpage = &page;
     const INT_PTR result = PropertySheetW(&header);
     Desktop::The().SetUser({});
+    for (const qxsim::ShownBox& box : Desktop::The().Boxes())
+        EXPECT_NE(box.owner, nullptr) << box.text << " can get lost behind its sheet";
     return result;
 }
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The device manager's part: a port's properties on the simulated desktop, and somebody in front of it.
 #pragma once
 
@@ -24,7 +25,7 @@ class PortSheetTest : public MachineTest {
     [[nodiscard]] qxsim::ControlDevice& Driver() { return *Dev(kPort).control; }
     static constexpr const char* kAdapter = "USB\\VID_0F7A&PID_1104\\1";
     static constexpr const char* kPort = "QXUSB\\PORT\\1";
-    [[nodiscard]] std::string PortName() { return machine().NamesOf(Dev(kPort)).port_name; }
+    [[nodiscard]] std::string PortName() { return machine().PortName(Dev(kPort)); }
 
     // Asks the page provider for the port's pages, shows them in a sheet and lets the user work. When the
     // steps are done, every window that is still open is cancelled. What the sheet answered; -1 without a

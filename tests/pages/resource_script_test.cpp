@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Every page as the resource script has it: what a control must have is asked of the controls, so that one
 // that somebody adds without a tip, a help text or a label is found.
 #include "module/resource.h"
@@ -39,7 +40,9 @@ class ResourceScript : public PortSheetTest {
         const auto see = [&] {
             ASSERT_NE(PageInFront(), nullptr);
             SCOPED_TRACE("page " + std::to_string(++pages));
-            look(Desktop::The().Picture(PageInFront()));
+            const qxsim::WindowPicture page = Desktop::The().Picture(PageInFront());
+            EXPECT_NE(page.activation_context, 0U) << "without themes";
+            look(page);
         };
         Steps steps{see, [] { Press(IDC_ADVANCED); }};
         for (int tab = 0; tab < 4; ++tab) {
@@ -55,6 +58,8 @@ class ResourceScript : public PortSheetTest {
 
 TEST_F(ResourceScript, GivesEveryInputATipAndAHelpText) {
     LookAtPages([](const qxsim::WindowPicture& page) {
+        std::set<std::string> tips;
+        std::set<DWORD> contexts;
         for (const ControlPicture& control : page.controls) {
             if (!IsInput(control))
                 continue;
@@ -63,6 +68,12 @@ TEST_F(ResourceScript, GivesEveryInputATipAndAHelpText) {
             const auto tip = Desktop::The().HoverTip(control.window);
             ASSERT_TRUE(tip);
             EXPECT_NE(tip->text, "");
+            EXPECT_TRUE(tips.insert(tip->text).second) << "another control's";
+            COMBOBOXINFO box{};
+            box.cbSize = sizeof(box);
+            if (control.kind == "editable choice box" && GetComboBoxInfo(control.window, &box)) {
+                EXPECT_TRUE(Desktop::The().HoverTip(box.hwndItem)) << "over the field in the box";
+            }
             EXPECT_EQ(tip->title, "Information:");
             EXPECT_TRUE(tip->balloon && tip->closable);
             EXPECT_EQ(tip->max_width, 400);
@@ -78,6 +89,7 @@ TEST_F(ResourceScript, GivesEveryInputATipAndAHelpText) {
             EXPECT_EQ(request.file, "QxUUI51.chm::/QxUUI.txt");
             EXPECT_EQ(request.caller, control.window);
             EXPECT_NE(request.shown_context, 0U);
+            EXPECT_TRUE(contexts.insert(request.shown_context).second) << "another control's";
             // A map that names controls which the page does not have was made for another one.
             for (const auto& [id, context] : request.map)
                 if (id != 0) {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tests/pages/visits.h"
 
 #include "module/resource.h"

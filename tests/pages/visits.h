@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A user's visits to every page, for the tests that break something in the middle of each.
 //
 // What must hold whatever breaks: nothing that was not read reaches the driver, nothing changes there but

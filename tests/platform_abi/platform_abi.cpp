@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The facts about the platform's records and signatures that the library, its drivers and the device
 // installer exchange, stated once and compiled both against platform/include and against the SDK. Plain
 // constants need no statement: compare_with_sdk.sh compares every one.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Counts allocations and makes some of them fail.
 #pragma once
 

@@ -1,5 +1,6 @@
+// SPDX-License-Identifier: MIT
 // The ground of every test that calls the platform: fresh instruments and a fresh computer before it, an
-// empty handle ledger after it.
+// empty handle ledger and no text without its NUL after it.
 #pragma once
 
 #include "platform/machine/machine.h"
@@ -24,6 +25,7 @@ class MachineTest : public testing::Test {
     void TearDown() override {
         EXPECT_EQ(qxsim::Instruments::The().LedgerReport(), "");
         qxsim::Instruments::The().Reset();
+        ExpectWholeTexts();
         current_.reset();
         machine_.reset();
     }
@@ -31,6 +33,8 @@ class MachineTest : public testing::Test {
     // Goes on with another computer: one loaded from a file, or the one that a power cut left. The ledger is
     // the instruments', and stays.
     qxsim::Machine& Use(std::unique_ptr<qxsim::Machine> machine) {
+        if (machine_)
+            ExpectWholeTexts();
         current_.reset();
         machine_ = std::move(machine);
         current_.emplace(*machine_);
@@ -60,7 +64,26 @@ class MachineTest : public testing::Test {
         return handed;
     }
 
+    // For tests that plant broken texts.
+    bool texts_are_whole = true;
+
   private:
+    // Whoever reads a text without its NUL by the platform's calls reads on behind it.
+    void ExpectWholeTexts() const {
+        for (const auto& [number, hive] : machine_->hives)
+            if (texts_are_whole)
+                ExpectWholeTexts(*hive);
+    }
+    static void ExpectWholeTexts(const qxsim::RegistryKey& key) {
+        for (const qxsim::RegistryValue& value : key.values)
+            if (value.type == REG_SZ) {
+                EXPECT_TRUE(value.data.size() >= 2 && value.data.end()[-1] == 0 && value.data.end()[-2] == 0)
+                    << qxsim::ToUtf8(value.name) << " has no NUL";
+            }
+        for (const auto& [name, subkey] : key.subkeys)
+            ExpectWholeTexts(*subkey);
+    }
+
     std::unique_ptr<qxsim::Machine> machine_;
     std::optional<qxsim::CurrentMachine> current_;
 };

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Sweeps: one scenario, run again and again with one thing going wrong at a time.
 //
 // What can go wrong: any platform call fails, once or from then on; the power fails just before any change

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tests/windows/device_tree.h"
 
 #include <cfgmgr32.h>

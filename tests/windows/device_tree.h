@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The device tree, for systems whose device-tree calls are stubs.
 //
 // Devices are the system's own; what is supplied is which one is whose parent, and one node number for a

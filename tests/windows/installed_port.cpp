@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tests/windows/installed_port.h"
 
 #include <newdev.h>

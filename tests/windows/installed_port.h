@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A serial port on this computer, installed from its INF with the test port driver.
 #pragma once
 

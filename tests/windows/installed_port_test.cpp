@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The shipped library on the system itself: a port installed from an INF with a kernel driver, the library
 // called as co-installer by the system's device installer and as page provider by this program, which stands
 // where the device manager stands.

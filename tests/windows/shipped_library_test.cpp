@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The file that users install: what it offers, what it needs, how large it is, and how it registers.
 #include "module/product_data.h"
 #include "tests/windows/installed_port.h"

@@ -9,7 +9,7 @@ port=${2:-COM6}
 display=${DISPLAY:-}
 export QX_WINE_DIR=$PWD/build/wine
 
-{ cmake --preset windows && cmake --build --preset windows -j"$(nproc)" --target qxhost; } >build/windows.log 2>&1 ||
+{ cmake --preset windows && cmake --build --preset windows -j"$(nproc)" --target qxhost run_scripts; } >build/windows.log 2>&1 ||
     { tail -n 30 build/windows.log; echo "the build failed, see build/windows.log"; exit 1; }
 host=build/windows/bin/qxhost.exe
 # The examples stay as they are.
@@ -22,8 +22,8 @@ if [ -n "$display" ] && import -display "$display" -window root -resize 1x1 null
 fi
 echo "no display: the sheet is opened on a virtual one"
 trap 'tests/windows/wine.sh stop' EXIT
-tests/windows/wine.sh run $host --script-suite tests/scripts/pages-usb.script tests/scripts/pages-rs485.script \
-    --machines examples --pictures build/run/windows-pictures
+tests/windows/wine.sh run build/windows/bin/run_scripts.exe examples build/run/windows-pictures \
+    tests/scripts/pages-usb.script tests/scripts/pages-rs485.script
 result=$?
 echo "pictures:"
 find build/run/windows-pictures -name "*.png" | sort

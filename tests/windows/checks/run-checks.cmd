@@ -8,7 +8,7 @@ call :run test_base
 call :run test_codec
 call :run test_contract --bare
 call :run test_shipped_library
-call :run qxhost --script-suite scripts --machines machines
+call :run run_scripts machines results scripts
 echo left out: test_installed_port needs the kernel driver that is made for Wine
 if "%failed%"=="0" (echo ALL CHECKS PASSED) else (echo SOME CHECKS FAILED, see the folder results)
 exit /b %failed%

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A kernel driver for tests: a COM port without hardware, with the control device by which its settings are
 // read and written.
 //

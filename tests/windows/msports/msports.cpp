@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A port database for systems that have none: the library msports.dll with the documented ComDB calls. The
 // claims are kept where the system keeps its own, as a map of bits in the registry, so they hold between
 // programs.
