@@ -10,6 +10,8 @@ namespace {
 
 constexpr const char* kUnderWay = "a port is being installed right now; try again, or --wait for it";
 
+bool is_held = false;
+
 }  // namespace
 
 InstallationLock::InstallationLock(const Context& context) {
@@ -18,6 +20,7 @@ InstallationLock::InstallationLock(const Context& context) {
     try {
         for (; held_ < mutexes_.size(); ++held_)
             Take(held_, context);
+        is_held = true;
     } catch (...) {
         Release();
         throw;
@@ -25,7 +28,12 @@ InstallationLock::InstallationLock(const Context& context) {
 }
 
 InstallationLock::~InstallationLock() {
+    is_held = false;
     Release();
+}
+
+bool InstallationLock::IsHeld() noexcept {
+    return is_held;
 }
 
 void InstallationLock::Take(std::size_t which, const Context& context) {
@@ -35,8 +43,12 @@ void InstallationLock::Take(std::size_t which, const Context& context) {
     if (!mutex) {
         // The one that an installation as the system has made lets administrators wait for it, and no more.
         const DWORD error = GetLastError();
-        if (error == ERROR_ACCESS_DENIED)
+        if (error == ERROR_ACCESS_DENIED) {
             mutex.Reset(OpenMutexW(SYNCHRONIZE, FALSE, name.c_str()));
+            // An installation that ended just now has taken it along.
+            if (!mutex && GetLastError() == ERROR_FILE_NOT_FOUND)
+                mutex.Reset(CreateMutexW(nullptr, FALSE, name.c_str()));
+        }
         if (!mutex)
             throw Failure(
                 error == ERROR_ACCESS_DENIED ? kBusy : kSystemFailed,

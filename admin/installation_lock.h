@@ -18,6 +18,9 @@ class InstallationLock {
     InstallationLock(const InstallationLock&) = delete;
     InstallationLock& operator=(const InstallationLock&) = delete;
 
+    // Whether one is held anywhere in this program, that is, whether something may be half changed.
+    [[nodiscard]] static bool IsHeld() noexcept;
+
   private:
     void Take(std::size_t which, const Context& context);
     void Release();

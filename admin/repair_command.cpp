@@ -102,6 +102,16 @@ bool Has(const NamedPort& port, NamePlace place) {
     return std::ranges::find(port.faults, place, &NameFault::place) != port.faults.end();
 }
 
+// Where nobody can be asked, other places may be mended already: that is not nothing, as a refusal would say.
+bool MayRestart(const Context& context, const Port& port) {
+    try {
+        return context.Asked(port.Name() + ", " + port.shown +
+                             ", has to be restarted; programs that use it lose it. Restart it?");
+    } catch (const Failure& failure) {
+        throw Failure(kNotAsItShould, failure.what());
+    }
+}
+
 void MendNames(const Context& context, const NamedPort& port) {
     const Computer computer = AfterChange();
     computer.RequireAllKnown(kNotAsItShould);
@@ -124,10 +134,8 @@ void MendNames(const Context& context, const NamedPort& port) {
         return;
     if (Repair(now, left->port).LeadsElsewhere())
         return;
-    if (!context.Asked(left->port.Name() + ", " + left->port.shown +
-                       ", has to be restarted; programs that use it lose it. Restart it?"))
-        return;
-    Repair(now, left->port).Restart();
+    if (MayRestart(context, left->port))
+        Repair(now, left->port).Restart();
 }
 
 }  // namespace

@@ -213,11 +213,11 @@ bool Context::Asked(const std::string& question) const {
     return !answer.empty() && (answer.front() == 'y' || answer.front() == 'Y');
 }
 
-std::span<const CommandName> Commands() {
-    return kCommands;
-}
+namespace {
 
-int Run(const std::string& program, std::vector<std::string> arguments, Surroundings& around) {
+// `changing` tells, also when an exception leaves, whether something may be half changed.
+int RunLine(const std::string& program, std::vector<std::string> arguments, Surroundings& around,
+            bool& changing) {
     std::vector<std::string> said;
     Context context{around, {}, &said};
     CommandLine line(program, context);
@@ -226,6 +226,7 @@ int Run(const std::string& program, std::vector<std::string> arguments, Surround
     try {
         std::ranges::reverse(arguments);  // as the parser wants them
         line.App().parse(std::move(arguments));
+        changing = line.Changing() && !context.manner.dry_run;
         code = line.chosen();
     } catch (const CLI::ParseError& problem) {
         std::ostringstream out;
@@ -241,13 +242,32 @@ int Run(const std::string& program, std::vector<std::string> arguments, Surround
         around.Err(program + ": " + Visible(error) + '\n');
     } catch (const std::exception& problem) {
         // Out of memory, as a rule, and it may have been in the middle of a change.
-        code = line.Changing() && !context.manner.dry_run ? kNotAsItShould : kSystemFailed;
+        code = changing ? kNotAsItShould : kSystemFailed;
         error = problem.what();
         around.Err(program + ": " + error + '\n');
     }
     if (context.manner.json && line.Changing())
         around.Out(Dump({{"exitCode", code}, {"said", said}, {"error", error}}));
     return code;
+}
+
+}  // namespace
+
+std::span<const CommandName> Commands() {
+    return kCommands;
+}
+
+int Run(const std::string& program, std::vector<std::string> arguments, Surroundings& around) {
+    bool changing = false;
+    try {
+        return RunLine(program, std::move(arguments), around, changing);
+    } catch (const std::exception& problem) {
+        // There was no memory to put the words together.
+        for (const std::string_view part : {std::string_view(program), std::string_view(": "),
+                                            std::string_view(problem.what()), std::string_view("\n")})
+            around.Err(part);
+        return changing ? kNotAsItShould : kSystemFailed;
+    }
 }
 
 }  // namespace qxports

@@ -150,6 +150,8 @@ bool CUtils::FillComboByText(HWND box, const std::vector<Text>& names, const Tex
     LRESULT selected = CB_ERR;
     for (const auto& name : names) {
         const LRESULT entry = AppendEntry(box, name);
+        if (entry < 0)
+            break;  // the names' places in the box stay their places in the list
         if (name == current)
             selected = entry;
     }

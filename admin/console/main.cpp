@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // qxports.exe: the commands on a real computer and its console.
 #include "admin/failure.h"
+#include "admin/installation_lock.h"
 #include "admin/run.h"
 #include "admin/text.h"
 
@@ -100,7 +101,7 @@ LONG WINAPI EndWithMessage(EXCEPTION_POINTERS* what) {
                       "service that the command needs\n",
                       what->ExceptionRecord->ExceptionCode);
     Stream(STD_ERROR_HANDLE).Write(std::string_view(text.data(), static_cast<std::size_t>(length)));
-    ExitProcess(kSystemFailed);
+    ExitProcess(InstallationLock::IsHeld() ? kNotAsItShould : kSystemFailed);
 }
 
 int Main(int count, wchar_t** arguments) {

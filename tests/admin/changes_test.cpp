@@ -49,6 +49,11 @@ class ChangesTest : public CommandsTest {
         EXPECT_THAT(outcome.err, HasSubstr(says)) << command;
         EXPECT_EQ(machine().ToJson(), before) << command;
     }
+    static bool SomebodyWaits() {
+        return std::ranges::any_of(instruments().Trace(), [](const qxsim::CallRecord& call) {
+            return call.function == "WaitForSingleObject" && call.result.empty();
+        });
+    }
     std::string NameOf(const std::string& id) {
         return qxsim::ToUtf8(qxsim::BytesText(machine().HardwareKey(Dev(id))->Find(TEXT("PortName"))->data));
     }
@@ -194,6 +199,13 @@ TEST_F(ChangesTest, RepairsEveryPlaceThatIsNobodyElses) {
     const Outcome outcome = Command("repair --yes");
     EXPECT_EQ(outcome.code, 1);
     EXPECT_EQ(machine().DosTarget("COM7"), "\\Device\\Other");
+    // Nobody can be asked about the restart, and the claim is mended all the same: that is not "refused".
+    Use(std::make_unique<qxsim::Machine>());
+    Fill();
+    machine().SetClaimed(7, false);
+    machine().WriteText(qxsim::kSerialCommPath, qxsim::ToUtf8(Dev("QX\\P\\1").kernel_path), "COM77");
+    EXPECT_EQ(Command("repair").code, 1);
+    EXPECT_TRUE(machine().Claimed(7));
 }
 
 TEST_F(ChangesTest, KeepsOutOfInstallations) {
@@ -231,7 +243,11 @@ TEST_F(ChangesTest, KeepsOutOfInstallations) {
         Refuses(changing, 7, "--wait");
     EXPECT_EQ(Command("names").code, 0);
     EXPECT_EQ(Command("rename COM7 COM12 --dry-run").code, 0);
-    std::thread later([&] { give_back = true; });
+    std::thread later([&] {
+        while (!SomebodyWaits())
+            std::this_thread::yield();
+        give_back = true;
+    });
     EXPECT_EQ(Command("release COM9 --wait").code, 0);
     later.join();
     installation.join();
