@@ -10,7 +10,7 @@
 //     held: COM5                                   another program has this port open
 //     after: setting Baudrate=115200               in the port's driver; also: after: bus MaximumLatency=20
 //     after: name COM7                             the port's COM name
-//     after: entry COM5 115200,e,8,1               the port's line in the system's list of ports
+//     after: entry COM5 115200,8,e,1               the port's line in the system's list of ports
 //     after: writes 1                              requests that changed something in the driver
 //     after: unchanged                             nothing at all changed on the machine
 #include "admin/computer.h"
