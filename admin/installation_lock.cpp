@@ -10,7 +10,7 @@ namespace {
 
 constexpr const char* kUnderWay = "a port is being installed right now; try again, or --wait for it";
 
-bool is_held = false;
+bool g_is_held = false;
 
 }  // namespace
 
@@ -20,7 +20,7 @@ InstallationLock::InstallationLock(const Context& context) {
     try {
         for (; held_ < mutexes_.size(); ++held_)
             Take(held_, context);
-        is_held = true;
+        g_is_held = true;
     } catch (...) {
         Release();
         throw;
@@ -28,12 +28,12 @@ InstallationLock::InstallationLock(const Context& context) {
 }
 
 InstallationLock::~InstallationLock() {
-    is_held = false;
+    g_is_held = false;
     Release();
 }
 
 bool InstallationLock::IsHeld() noexcept {
-    return is_held;
+    return g_is_held;
 }
 
 void InstallationLock::Take(std::size_t which, const Context& context) {
