@@ -1,0 +1,65 @@
+// SPDX-License-Identifier: MIT
+// What the compiler's stack protector and Windows' loader look for in a library or program, and mingw-w64's
+// run-time library does not have.
+#include <windows.h>
+
+#include <cstdlib>
+
+// In place of the C++ library's, which writes the exception's name where nobody reads it, and brings 47 KB
+// for that.
+namespace __gnu_cxx {
+[[noreturn]] void __verbose_terminate_handler() {
+    std::abort();
+}
+}  // namespace __gnu_cxx
+
+namespace {
+
+constexpr UINT_PTR kUnseeded = 0x00002B992DDFA232;  // what Windows takes for a cookie that is to be seeded
+
+}  // namespace
+
+extern "C" {
+
+UINT_PTR __stack_chk_guard = kUnseeded;
+
+// A function's frame has been written over: nothing in this process can be trusted, its handlers least of
+// all. Windows 8 and later end it at once; before, the interrupt is an access violation.
+[[noreturn]] void __stack_chk_fail() {
+    constexpr unsigned kStackCookieCheckFailed = 2;
+    __asm__ volatile("int $0x29" : : "c"(kStackCookieCheckFailed));
+    __builtin_unreachable();
+}
+
+// The libraries that are loaded with this one are taken from the system directory only: a set-up program that
+// installs in its own process may lie in a folder of downloads, where anybody's MSPORTS.DLL may lie, too.
+// Windows before 10 looks there all the same.
+extern const IMAGE_LOAD_CONFIG_DIRECTORY64 _load_config_used;
+const IMAGE_LOAD_CONFIG_DIRECTORY64 _load_config_used = [] {
+    IMAGE_LOAD_CONFIG_DIRECTORY64 config{};
+    config.Size = sizeof(config);
+    config.Reserved1 = LOAD_LIBRARY_SEARCH_SYSTEM32;  // "DependentLoadFlags" in newer headers
+    config.SecurityCookie = reinterpret_cast<ULONGLONG>(&__stack_chk_guard);
+    return config;
+}();
+
+}  // extern "C"
+
+namespace {
+
+// Before any other constructor, and so before any function that compares the cookie.
+__attribute__((constructor(101))) void SeedCookie() {
+    if (__stack_chk_guard != kUnseeded)
+        return;  // the loader has done it
+    FILETIME now{};
+    GetSystemTimeAsFileTime(&now);
+    LARGE_INTEGER count{};
+    QueryPerformanceCounter(&count);
+    const UINT_PTR seed = (UINT_PTR{now.dwHighDateTime} << 32 | now.dwLowDateTime) ^
+                          UINT_PTR { GetCurrentThreadId() } << 24 ^
+                          static_cast<UINT_PTR>(count.QuadPart) << 16 ^ reinterpret_cast<UINT_PTR>(&now);
+    // The first two bytes are zero, so that no text that runs over can write it.
+    __stack_chk_guard = (seed * 0x9E3779B97F4A7C15) >> 16;
+}
+
+}  // namespace
