@@ -3,6 +3,7 @@
 // run-time library does not have.
 #include <windows.h>
 
+#include <cstddef>
 #include <cstdlib>
 
 // In place of the C++ library's, which writes the exception's name where nobody reads it, and brings 47 KB
@@ -16,6 +17,22 @@ namespace __gnu_cxx {
 namespace {
 
 constexpr UINT_PTR kUnseeded = 0x00002B992DDFA232;  // what Windows takes for a cookie that is to be seeded
+
+// The beginning of IMAGE_LOAD_CONFIG_DIRECTORY64, as long as needed. The SDK has the cookie's address as a
+// number, which the compiler could not compute.
+struct LoadConfig {
+    DWORD size = 0;
+    BYTE unused1[74]{};
+    WORD dependent_load_flags = 0;
+    BYTE unused2[8]{};
+    UINT_PTR* security_cookie = nullptr;
+    BYTE unused3[16]{};
+};
+static_assert(offsetof(LoadConfig, dependent_load_flags) ==
+              offsetof(IMAGE_LOAD_CONFIG_DIRECTORY64, Reserved1));
+static_assert(offsetof(LoadConfig, security_cookie) ==
+              offsetof(IMAGE_LOAD_CONFIG_DIRECTORY64, SecurityCookie));
+static_assert(sizeof(LoadConfig) == 0x70);
 
 }  // namespace
 
@@ -34,14 +51,12 @@ UINT_PTR __stack_chk_guard = kUnseeded;
 // The libraries that are loaded with this one are taken from the system directory only: a set-up program that
 // installs in its own process may lie in a folder of downloads, where anybody's MSPORTS.DLL may lie, too.
 // Windows before 10 looks there all the same.
-extern const IMAGE_LOAD_CONFIG_DIRECTORY64 _load_config_used;
-const IMAGE_LOAD_CONFIG_DIRECTORY64 _load_config_used = [] {
-    IMAGE_LOAD_CONFIG_DIRECTORY64 config{};
-    config.Size = sizeof(config);
-    config.Reserved1 = LOAD_LIBRARY_SEARCH_SYSTEM32;  // "DependentLoadFlags" in newer headers
-    config.SecurityCookie = reinterpret_cast<ULONGLONG>(&__stack_chk_guard);
-    return config;
-}();
+extern const LoadConfig _load_config_used;
+const LoadConfig _load_config_used{
+    .size = sizeof(LoadConfig),
+    .dependent_load_flags = LOAD_LIBRARY_SEARCH_SYSTEM32,
+    .security_cookie = &__stack_chk_guard,
+};
 
 }  // extern "C"
 
