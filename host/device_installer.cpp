@@ -75,17 +75,6 @@ std::string NameOfAnswer(DWORD answer) {
     }
 }
 
-bool Ours(const qxsim::Machine& machine, const Device& device) {
-    for (const Device* up = &device; up != nullptr && up->node > qxsim::Machine::kRoot;
-         up = machine.Node(up->parent)) {
-        const std::string id = ToUtf8(qxsim::UpperCase(up->id));
-        if (id.find("VID_0F7A") != std::string::npos || id.find("VEN_1F7A") != std::string::npos ||
-            id.starts_with("QX"))
-            return true;
-    }
-    return false;
-}
-
 }  // namespace
 
 Role RoleOf(const qxsim::Machine& machine, const Device& device) {
@@ -97,7 +86,7 @@ Role RoleOf(const qxsim::Machine& machine, const Device& device) {
         if (const Device* const below = machine.Node(child);
             below != nullptr && RoleOf(machine, *below) == Role::kPort)
             return Role::kAdapter;
-    if (!Ours(machine, device))
+    if (device.foreign)
         return Role::kNone;
     if (device.class_name == ToWide("MultiPortSerial"))
         return Role::kAdapter;

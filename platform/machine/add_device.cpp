@@ -93,6 +93,7 @@ DEVINST Machine::AddDevice(DEVINST parent, const DeviceRecipe& recipe) {
     device.node = node;
     device.id = id;
     device.parent = parent;
+    device.foreign = recipe.foreign;
     device.class_name = ToWide(!recipe.setup_class.empty() ? recipe.setup_class
                                : recipe.port               ? "Ports"
                                                            : "System");

@@ -135,6 +135,7 @@ struct Device {
     WideString class_name;
     DEVINST parent = 0;
     std::vector<DEVINST> children;  // in the order in which the bus lists them
+    bool foreign = false;           // of another maker
     bool plugged = true;            // false: known to the computer, but not there (a "ghost")
     bool started = true;
     bool disabled = false;  // by the user; stays over a restart

@@ -215,8 +215,10 @@ class DeviceWriter {
             json_["kernelDevice"] = recipe_.kernel_path.emplace(ToUtf8(device_.kernel_path));
         recipe_.description = TextOf(SPDRP_DEVICEDESC);
         recipe_.driver = TextOf(SPDRP_DRIVER);
+        if (device_.foreign)
+            json_["foreign"] = true;
         recipe_.control = device_.control.has_value();
-        if (device_.control.has_value() != Machine::IsPort(device_))
+        if (device_.control.has_value() != (Machine::IsPort(device_) && !device_.foreign))
             json_["control"] = device_.control.has_value();
     }
 

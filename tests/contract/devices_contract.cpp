@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Device-information sets, properties, hardware keys, interfaces, the device tree, and requests to a driver.
+#include "package/qxsettings.h"
 #include "tests/contract/contract.h"
 
 #include <initguid.h>
@@ -15,7 +16,7 @@ namespace {
 
 using Wide = std::basic_string<WCHAR>;
 
-constexpr GUID kControlClass = {0x6c1b7d42, 0x3e5a, 0x4f0b, {0x9a, 0x61, 0x2d, 0x8e, 0x57, 0xc4, 0xb9, 0x13}};
+constexpr GUID kControlClass = QX_CONTROL_CLASS;
 constexpr DWORD kSettingsSize = 0x8001E000;
 constexpr DWORD kSettings = 0x8001E004;
 constexpr DWORD kWriteSettings = 0x8001E008;
@@ -226,7 +227,7 @@ CONTRACT(devices, interfaces_enumerate_and_tell_their_path,
     const Wide path = detail->DevicePath;
     HOLDS(path.starts_with(TEXT("\\\\?\\")));
     // The reference string is the last component.
-    HOLDS(path.substr(path.rfind(TEXT('\\')) + 1).starts_with(TEXT("qxgendrv_")));
+    HOLDS(path.substr(path.rfind(TEXT('\\')) + 1).starts_with(TEXT(QX_REFERENCE_PREFIX)));
     detail->cbSize = 4;
     FAILS_WITH(SetupDiGetDeviceInterfaceDetailW(set, &found, detail, needed, nullptr, nullptr),
                ERROR_INVALID_USER_BUFFER);

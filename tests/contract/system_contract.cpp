@@ -175,8 +175,10 @@ CONTRACT(system, type_libraries_register, "LoadTypeLib RegisterTypeLib UnRegiste
     const GUID other = {0x11111111, 0x2222, 0x3333, {1, 2, 3, 4, 5, 6, 7, 8}};
     IS(RegisterTypeLib(library, file.data(), nullptr), HRESULT{S_OK});
     HOLDS(FAILED(UnRegisterTypeLib(other, 1, 0, LOCALE_NEUTRAL, SYS_WIN64)));
-    // The module's own, by its identity in module/product_data.h.
-    const GUID own = {0x8a51c0d2, 0x6f0e, 0x4a3b, {0x9d, 0x6c, 0x71, 0xe5, 0xb2, 0xf4, 0xc8, 0x10}};
+    TLIBATTR* described = nullptr;
+    NEEDS(library->GetLibAttr(&described) == S_OK);
+    const GUID own = described->guid;
+    library->ReleaseTLibAttr(described);
     IS(UnRegisterTypeLib(own, 1, 0, LOCALE_NEUTRAL, SYS_WIN64), HRESULT{S_OK});
     HOLDS(FAILED(UnRegisterTypeLib(own, 1, 0, LOCALE_NEUTRAL, SYS_WIN64)));
     library->Release();

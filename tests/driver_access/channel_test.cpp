@@ -6,6 +6,7 @@
 
 #include "driver_access/bus_parameters.h"
 #include "driver_access/parent_device.h"
+#include "driver_access/product_data.h"
 #include "driver_access/user_mode_config.h"
 #include "driver_access/vcp_parameters.h"
 
@@ -126,14 +127,14 @@ TEST_F(Channel, ReadsCurrentAndDefaultValuesOfItsOwnPortAndWritesThem) {
 TEST_F(Channel, FindsThePortByItsDriverKeyInAnyLetterCase) {
     machine().SetPropertyText(Dev(kPort), SPDRP_DRIVER, "{ABC}\\0\\042");
     auto& published = Dev(kPort).interfaces.at(0);
-    published.reference = qxsim::ToWide("QXGENDRV_{Abc}0042");
+    published.reference = qxsim::UpperCase(qx::kControlReferencePrefix) + qxsim::ToWide("{Abc}0042");
     Found port(Hand(kPort));
     EXPECT_EQ(qxsim::ToUtf8(qxsim::WideString(port.channel.InterfacePath().view())),
               qxsim::ToUtf8(machine().InterfacePath(Dev(kPort), published)))
         << "as the platform spells it";
 
     // A key that only begins like another one is another port.
-    published.reference = qxsim::ToWide("qxgendrv_{abc}00421");
+    published.reference = qx::kControlReferencePrefix + qxsim::ToWide("{abc}00421");
     const Handed handed = Hand(kPort);
     CQxUserModeConfig none(handed.set, handed.element);
     EXPECT_FALSE(none.FindInterface());

@@ -3,6 +3,7 @@
 
 #include "install/card_coinstaller.h"
 #include "install/port_coinstaller.h"
+#include "install/product_data.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -11,8 +12,13 @@
 
 namespace qxtest {
 
+std::string UsbVendor() {
+    const std::string product = qxsim::ToUtf8(qx::FixedComNumberTable.front().port_hardware_id);
+    return product.substr(0, product.find('&'));
+}
+
 std::string AdapterId(const AdapterRecipe& recipe) {
-    return "USB\\VID_0F7A&PID_" + recipe.product + recipe.usb_interface + "\\" + recipe.serial;
+    return UsbVendor() + "&PID_" + recipe.product + recipe.usb_interface + "\\" + recipe.serial;
 }
 
 std::string PortId(const AdapterRecipe& recipe, std::size_t index) {

@@ -28,6 +28,8 @@ struct AdapterRecipe {
     DEVINST parent = qxsim::Machine::kRoot;
 };
 
+// "USB\\VID_xxxx", the maker's.
+[[nodiscard]] std::string UsbVendor();
 [[nodiscard]] std::string AdapterId(const AdapterRecipe& recipe);
 [[nodiscard]] std::string PortId(const AdapterRecipe& recipe, std::size_t index);
 // A port that is there but was never installed: no name, not started.

@@ -218,6 +218,11 @@ TEST_F(Reinstallation, RestartsARestoredPortAndLooksThroughTheTree) {
 
 // --- fixed numbers
 
+// As some buses report it.
+std::string LowerCaseVendor() {
+    return qxsim::ToUtf8(qxsim::LowerCase(qxsim::ToWide(UsbVendor())));
+}
+
 using FixedNumbers = Naming;
 
 TEST_F(FixedNumbers, MakeTheirHolderGiveWay) {
@@ -317,8 +322,9 @@ TEST_F(FixedNumbers, AreTakenOverWhereTheHolderHasNowhereToGo) {
 }
 
 TEST_F(FixedNumbers, BelongToExactlyTheProductsOfTheTable) {
-    for (const char* const id : {"USB\\VID_0F7A&PID_21010\\X", "USB\\VID_0F7A&PID_2202\\X",
-                                 "USB\\VID_0F7A&PID_2202&MI_02\\X", "USB\\VID_0F7A&PID_2101", "USB"}) {
+    for (const std::string& id :
+         {UsbVendor() + "&PID_21010\\X", UsbVendor() + "&PID_2202\\X", UsbVendor() + "&PID_2202&MI_02\\X",
+          UsbVendor() + "&PID_2101", std::string("USB")}) {
         qxsim::DeviceRecipe parent;
         parent.id = id;
         parent.setup_class = "USB";
@@ -329,9 +335,8 @@ TEST_F(FixedNumbers, BelongToExactlyTheProductsOfTheTable) {
     }
     for (const qx::FixedComNumber& row : qx::FixedComNumberTable)
         EXPECT_TRUE(qx::IsFixedNumberProduct(row.port_hardware_id));
-    // Lower case, as some buses report it.
     qxsim::DeviceRecipe parent;
-    parent.id = "usb\\vid_0f7a&pid_2202&mi_01\\7&x";
+    parent.id = LowerCaseVendor() + "&pid_2202&mi_01\\7&x";
     parent.setup_class = "USB";
     const DEVINST node = machine().AddDevice(qxsim::Machine::kRoot, parent);
     const DEVINST port = machine().AddDevice(node, NewPort("QXSER\\LOWER\\1"));
@@ -535,25 +540,26 @@ TEST_F(Ordering, GoesThroughAllDevicesOfAMultiDeviceProduct) {
         port.port = name;
         machine().AddDevice(parent, port);
     };
-    const DEVINST adapter = add(qxsim::Machine::kRoot, "USB\\VID_0F7A&PID_9000\\ADAPTER", "USB");
-    const DEVINST hub = add(adapter, "USB\\VID_0F7A&PID_9001\\HUB", "USB");
-    const DEVINST first = add(hub, "usb\\vid_0f7a&pid_3204&x\\A", "USB");
-    const DEVINST second = add(hub, "USB\\VID_0F7A&PID_3204\\B", "USB");
+    const DEVINST adapter = add(qxsim::Machine::kRoot, "USB\\PRODUCT\\ADAPTER", "USB");
+    const DEVINST hub = add(adapter, "USB\\PRODUCT\\HUB", "USB");
+    const std::string lower_case = LowerCaseVendor() + "&pid_3204&x\\A";
+    const DEVINST first = add(hub, lower_case, "USB");
+    const DEVINST second = add(hub, UsbVendor() + "&PID_3204\\B", "USB");
     add_port(first, "QXSER\\PORT1\\A1", "COM24");
     add_port(first, "QXSER\\PORT2\\A2", "COM23");
     add_port(second, "QXSER\\PORT1\\B1", "COM22");
     add(hub, "USB\\UNKNOWN\\1", "");
     add_port(adapter, "QXSER\\PORT9\\X", "COM21");
 
-    ASSERT_TRUE(qx::IsMultiDeviceProduct(TEXT("usb\\vid_0f7a&pid_3204&x\\A")));
-    ASSERT_FALSE(qx::IsMultiDeviceProduct(TEXT("PCI\\VID_0F7A&PID_3204")));
+    ASSERT_TRUE(qx::IsMultiDeviceProduct(qxsim::ToWide(lower_case)));
+    ASSERT_FALSE(qx::IsMultiDeviceProduct(qxsim::ToWide("PCI" + UsbVendor().substr(3) + "&PID_3204")));
     installer().CallBackPort("QXSER\\PORT1\\B1");
     EXPECT_EQ(PortName("QXSER\\PORT1\\A1"), "COM21");
     EXPECT_EQ(PortName("QXSER\\PORT2\\A2"), "COM22");
     EXPECT_EQ(PortName("QXSER\\PORT1\\B1"), "COM23");
     EXPECT_EQ(PortName("QXSER\\PORT9\\X"), "COM24");
     EXPECT_EQ(SortedMark("QXSER\\PORT9\\X"), 1U) << "the last device of the first level";
-    EXPECT_EQ(SortedMark("USB\\VID_0F7A&PID_9001\\HUB"), std::nullopt);
+    EXPECT_EQ(SortedMark("USB\\PRODUCT\\HUB"), std::nullopt);
 }
 
 // --- one rename

@@ -6,6 +6,7 @@
 #include "install/dos_device_names.h"
 #include "install/gpio_coinstaller.h"
 #include "install/port_coinstaller.h"
+#include "install/product_data.h"
 #include "install/uninstall_program.h"
 #include "platform/desktop/desktop.h"
 
@@ -85,7 +86,7 @@ TEST_F(Requests, ADirectDriverUpdateIsRefusedByTheNumberOne) {
 
     const std::vector<qxsim::ShownBox> boxes = Desktop::The().Boxes();
     ASSERT_FALSE(boxes.empty());
-    EXPECT_EQ(boxes.back().caption, "Tessel");
+    EXPECT_EQ(boxes.back().caption, qxsim::ToUtf8(qx::kMakerCaption));
     EXPECT_EQ(boxes.back().type, UINT{MB_ICONHAND});
     EXPECT_EQ(boxes.back().owner, nullptr);
     EXPECT_EQ(
@@ -187,7 +188,7 @@ TEST_F(GpioRemoval, TakesTheFirstCompanionAtTheSamePlaceWithIt) {
     RemoveGpio();
     EXPECT_FALSE(There(kSerial));
     EXPECT_TRUE(There("PCI\\SECOND") && There("PCI\\ELSEWHERE") && There("PCI\\SAMEPLACE"));
-    EXPECT_FALSE(machine().MutexExists(TEXT("{D1F4A3E7-58B2-4C96-8A0D-6E93B7C2F514}")));
+    EXPECT_FALSE(machine().MutexExists(qx::kGpioRemovalMutex));
 }
 
 TEST_F(GpioRemoval, ComparesLocationsOfUpToFortyNineCharactersThatAreAFunctionZeros) {
@@ -250,7 +251,7 @@ TEST_F(GpioRemoval, SkipsWhileAnotherRemovalIsUnderWay) {
     installer().Ask(&QxUCoInstallGpio, DIF_REMOVE, kOtherGpio);
     EXPECT_FALSE(There("PCI\\OTHERSERIAL"));
     Add(kSerial, "MultiPortSerial", "PCI bus 3, device 0, function 1");
-    machine().refused_mutexes.insert(TEXT("{D1F4A3E7-58B2-4C96-8A0D-6E93B7C2F514}"));
+    machine().refused_mutexes.insert(qx::kGpioRemovalMutex);
     RemoveGpio();
     EXPECT_FALSE(There(kSerial));
 }

@@ -71,7 +71,7 @@ TEST_F(DriversTest, TheInterfaceIsFoundByClassAndOpensForOne) {
     EXPECT_TRUE(SetupDiGetDeviceInterfaceDetailW(set, &data, detail, required, nullptr, nullptr));
     const std::string path = qxsim::ToUtf8(reinterpret_cast<const WCHAR*>(buffer.data() + 4));
     EXPECT_EQ(path, machine().ControlPath(Dev("QX\\P\\1")));
-    EXPECT_EQ(path.substr(path.rfind('\\') + 1), "qxgendrv_{4d36e978-e325-11ce-bfc1-08002be10318}0000");
+    EXPECT_TRUE(path.ends_with("_{4d36e978-e325-11ce-bfc1-08002be10318}0000"));
     EXPECT_FALSE(SetupDiEnumDeviceInterfaces(set, nullptr, &guid, 1, &data));
     EXPECT_EQ(GetLastError(), static_cast<DWORD>(ERROR_NO_MORE_ITEMS));
     EXPECT_TRUE(SetupDiDestroyDeviceInfoList(set));

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // The library as the loader and the component runtime see it.
+#include "module/product_data.h"
 #include "module/uui_module.h"
 #include "tests/support/machine_fixture.h"
 
@@ -23,9 +24,11 @@ namespace {
 using testing::ElementsAre;
 using testing::HasSubstr;
 
-constexpr GUID kPropPage{0x8a51c0d3, 0x6f0e, 0x4a3b, {0x9d, 0x6c, 0x71, 0xe5, 0xb2, 0xf4, 0xc8, 0x10}};
+constexpr GUID kAnyClass{0x11111111, 0x2222, 0x3333, {1, 2, 3, 4, 5, 6, 7, 8}};
+#define TEXT_OF_VALUE(value) TEXT_OF(value)
+#define TEXT_OF(value) #value
 constexpr const char* kTypeLibraryKey =
-    "Software\\Classes\\TypeLib\\{8A51C0D2-6F0E-4A3B-9D6C-71E5B2F4C810}\\1.0";
+    "Software\\Classes\\TypeLib\\{" TEXT_OF_VALUE(QX_TYPE_LIBRARY_ID) "}\\1.0";
 
 class Module : public MachineTest {
   public:
@@ -40,7 +43,7 @@ class Module : public MachineTest {
 
 TEST_F(Module, ServesNoClassAndMayAlwaysBeUnloaded) {
     EXPECT_EQ(DllCanUnloadNow(), S_OK);
-    for (const GUID& any : {kPropPage, IID_IUnknown, GUID{}}) {
+    for (const GUID& any : {kAnyClass, IID_IUnknown, GUID{}}) {
         void* object = this;
         EXPECT_EQ(DllGetClassObject(any, IID_IClassFactory, &object), CLASS_E_CLASSNOTAVAILABLE);
         EXPECT_EQ(object, nullptr);

@@ -1,7 +1,7 @@
 #!/bin/sh
 # Holds platform/include against the platform's SDK. Every integer constant that it defines must have the value that
 # the SDK gives it, and platform_abi.cpp, which the native build compiles, must compile against the SDK, too.
-# usage: compare_with_sdk.sh NATIVE_COMPILER SDK_COMPILER
+# usage: compare_with_sdk.sh NATIVE_COMPILER CLANG
 set -eu
 native=$1
 sdk=$2
@@ -43,7 +43,7 @@ END
 # mingw-w64 keeps one header among the driver kit's.
 echo '#include <ddk/msports.h>' >"$work/msports.h"
 for source in "$work/compare.cpp" tests/platform_abi/platform_abi.cpp; do
-    "$sdk" -std=c++20 -DUNICODE -D_UNICODE -DWINVER=0x0601 -D_WIN32_WINNT=0x0601 -I"$work" -fsyntax-only "$source"
+    "$sdk" --target=x86_64-w64-windows-gnu -std=c++20 -DUNICODE -D_UNICODE -DWINVER=0x0601 -D_WIN32_WINNT=0x0601 -I"$work" -fsyntax-only "$source"
 done
 count=$(grep -c static_assert "$work/compare.cpp")
 echo "$count constants agree"

@@ -3,6 +3,8 @@
 // them.
 #include "tests/install/installer.h"
 
+#include "install/product_data.h"
+
 #include <atomic>
 #include <thread>
 
@@ -12,7 +14,6 @@ namespace {
 class Threads : public InstallTest {
   public:
     // What another process calls the installation's mutex.
-    static constexpr const WCHAR* kMutex = TEXT("{6B0C7D52-9E1F-4A83-B5D4-27F1C0A9E6B8}");
 
     static void CallBack(unsigned process, qxsim::Machine& machine, const std::string& port) {
         const qxsim::SimulatedProcess self(process);
@@ -74,10 +75,10 @@ TEST_F(Threads, NoProcessNamesPortsWhileAnotherDoes) {
 TEST_F(Threads, AnInstallerThatDiedInsideKeepsNobodyOut) {
     const AdapterRecipe adapter{.names = {"COM9", "COM8"}};
     AddAdapter(machine(), adapter);
-    const HANDLE mine = CreateMutexW(nullptr, FALSE, kMutex);
+    const HANDLE mine = CreateMutexW(nullptr, FALSE, qx::kPortInstallationMutex);
     {
         const qxsim::SimulatedProcess other(7);
-        WaitForSingleObject(CreateMutexW(nullptr, FALSE, kMutex), INFINITE);
+        WaitForSingleObject(CreateMutexW(nullptr, FALSE, qx::kPortInstallationMutex), INFINITE);
     }
     machine().EndProcess(7);
     installer().CallBackPort(PortId(adapter, 0));

@@ -6,6 +6,7 @@
 // Started with "read", this program is that other process which looks at what the driver holds.
 #include "host/windows/import_redirect.h"
 #include "host/windows/user_thread.h"
+#include "package/qxsettings.h"
 #include "tests/windows/device_tree.h"
 #include "tests/windows/installed_port.h"
 
@@ -27,7 +28,7 @@
 
 namespace {
 
-constexpr GUID kControlClass = {0x6c1b7d42, 0x3e5a, 0x4f0b, {0x9a, 0x61, 0x2d, 0x8e, 0x57, 0xc4, 0xb9, 0x13}};
+constexpr GUID kControlClass = QX_CONTROL_CLASS;
 constexpr GUID kAdapterClass = {0x50906cb8, 0xba12, 0x11d1, {0xbf, 0x5d, 0x00, 0x00, 0xf8, 0x05, 0xf5, 0x30}};
 
 // Places in the port set, and in the bus set's stream, which has a text of eight letters at 24.
