@@ -57,7 +57,7 @@ void Open(benchmark::State& state, Machine& machine, User user) {
 }
 
 void Close(HWND sheet) {
-    PostMessageW(sheet, PSM_PRESSBUTTON, PSBTN_CANCEL, 0);
+    SendMessageW(sheet, PSM_PRESSBUTTON, PSBTN_CANCEL, 0);
 }
 
 // A computer with one port that has a control device.

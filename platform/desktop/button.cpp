@@ -21,10 +21,8 @@ class Button final : public Control {
                 return check_;
             case BM_SETCHECK:
                 if (IsCheck() || IsRadio())
-                    check_ = static_cast<int>(std::min<WPARAM>(wparam, Type() == BS_AUTO3STATE ? 2 : 1));
+                    check_ = static_cast<int>(std::min<WPARAM>(wparam, BST_CHECKED));
                 return 0;
-            case BM_GETSTATE:
-                return check_ | (pressed_ ? 4 : 0);
             case WM_LBUTTONDOWN:
                 pressed_ = window_.Enabled();
                 if (pressed_)
@@ -32,10 +30,6 @@ class Button final : public Control {
                 return 0;
             case WM_LBUTTONUP:
                 if (std::exchange(pressed_, false))
-                    Click();
-                return 0;
-            case WM_KEYUP:
-                if (wparam == VK_SPACE && window_.Enabled())
                     Click();
                 return 0;
             case BM_CLICK:
@@ -46,8 +40,6 @@ class Button final : public Control {
                 return Control::Message(message, wparam, lparam);
         }
     }
-
-    [[nodiscard]] bool IsPush() const { return Type() == BS_PUSHBUTTON || Type() == BS_DEFPUSHBUTTON; }
 
     void Describe(ControlPicture& picture) const override {
         picture.kind = Type() == BS_GROUPBOX ? "group box"
@@ -60,10 +52,7 @@ class Button final : public Control {
 
   private:
     [[nodiscard]] DWORD Type() const { return window_.style & BS_TYPEMASK; }
-    [[nodiscard]] bool IsCheck() const {
-        return Type() == BS_CHECKBOX || Type() == BS_AUTOCHECKBOX || Type() == BS_3STATE ||
-               Type() == BS_AUTO3STATE;
-    }
+    [[nodiscard]] bool IsCheck() const { return Type() == BS_CHECKBOX || Type() == BS_AUTOCHECKBOX; }
     [[nodiscard]] bool IsRadio() const { return Type() == BS_RADIOBUTTON || Type() == BS_AUTORADIOBUTTON; }
 
     void Click() {
@@ -71,8 +60,6 @@ class Button final : public Control {
             return;
         if (Type() == BS_AUTOCHECKBOX)
             check_ = check_ == BST_CHECKED ? BST_UNCHECKED : BST_CHECKED;
-        else if (Type() == BS_AUTO3STATE)
-            check_ = (check_ + 1) % 3;
         else if (Type() == BS_AUTORADIOBUTTON)
             CheckAloneInGroup();
         NotifyParent(BN_CLICKED);
@@ -105,12 +92,6 @@ class Button final : public Control {
 
 std::unique_ptr<Control> MakeButton(Window& window) {
     return std::make_unique<Button>(window);
-}
-
-bool IsPushButton(HWND window) {
-    const WindowRef ref = FindWindowRef(window);
-    const auto* const button = ref ? dynamic_cast<const Button*>(ref->control.get()) : nullptr;
-    return button != nullptr && button->IsPush();
 }
 
 }  // namespace qxsim

@@ -5,7 +5,6 @@
 #include <commctrl.h>
 
 #include <algorithm>
-#include <utility>
 
 namespace qxsim {
 
@@ -23,20 +22,8 @@ class ChoiceBox final : public Control {
                     MakeField();
                 return 0;
             case CB_ADDSTRING:
-                return Insert(Sorted() ? SortedPlace(PointerOf<const WCHAR>(lparam)) : entries_.size(),
-                              PointerOf<const WCHAR>(lparam));
-            case CB_INSERTSTRING:
-                return Insert(static_cast<int>(wparam) == -1 ? entries_.size() : index,
-                              PointerOf<const WCHAR>(lparam));
-            case CB_DELETESTRING:
-                if (index >= entries_.size())
-                    return CB_ERR;
-                entries_.erase(entries_.begin() + static_cast<std::ptrdiff_t>(index));
-                if (selection_ == static_cast<int>(index))
-                    selection_ = CB_ERR;
-                else if (selection_ > static_cast<int>(index))
-                    --selection_;
-                return static_cast<LRESULT>(entries_.size());
+                entries_.push_back({PointerOf<const WCHAR>(lparam), 0});
+                return static_cast<LRESULT>(entries_.size()) - 1;
             case CB_RESETCONTENT:
                 entries_.clear();
                 selection_ = CB_ERR;
@@ -62,24 +49,8 @@ class ChoiceBox final : public Control {
                     return CB_ERR;
                 entries_[index].data = lparam;
                 return CB_OKAY;
-            case CB_FINDSTRING:
             case CB_FINDSTRINGEXACT:
-                return Find(static_cast<int>(wparam), PointerOf<const WCHAR>(lparam),
-                            message == CB_FINDSTRINGEXACT);
-            case CB_SELECTSTRING: {
-                const int found = Find(static_cast<int>(wparam), PointerOf<const WCHAR>(lparam), false);
-                return found == CB_ERR ? CB_ERR : Select(found);
-            }
-            case CB_LIMITTEXT:
-                if (field_)
-                    Send(field_, EM_LIMITTEXT, wparam, 0);
-                return TRUE;
-            case CB_SHOWDROPDOWN:
-                if (std::exchange(dropped_, wparam != 0) != dropped_)
-                    NotifyParent(dropped_ ? CBN_DROPDOWN : CBN_CLOSEUP);
-                return TRUE;
-            case CB_GETDROPPEDSTATE:
-                return dropped_ ? TRUE : FALSE;
+                return Find(PointerOf<const WCHAR>(lparam));
             case CB_GETCOMBOBOXINFO: {
                 auto* const info = PointerOf<COMBOBOXINFO>(lparam);
                 if (!info || info->cbSize != sizeof(COMBOBOXINFO))
@@ -114,8 +85,6 @@ class ChoiceBox final : public Control {
                 return 0;
             case WM_COMMAND:
                 return FieldNotifies(HIWORD(wparam));
-            case WM_KEYDOWN:
-                return Key(wparam) ? 0 : Control::Message(message, wparam, lparam);
             case WM_LBUTTONDOWN:
                 if (window_.Enabled())
                     Focus(window_.handle);
@@ -141,7 +110,6 @@ class ChoiceBox final : public Control {
     };
 
     [[nodiscard]] bool Editable() const { return (window_.style & 3) != CBS_DROPDOWNLIST; }
-    [[nodiscard]] bool Sorted() const { return (window_.style & CBS_SORT) != 0; }
 
     void MakeField() {
         NewWindow field;
@@ -154,21 +122,6 @@ class ChoiceBox final : public Control {
         field_ = MakeWindow(field, error, nullptr);
     }
 
-    [[nodiscard]] std::size_t SortedPlace(WideView text) const {
-        const auto at = std::ranges::upper_bound(entries_, text, {},
-                                                 [](const Entry& entry) { return WideView(entry.text); });
-        return static_cast<std::size_t>(at - entries_.begin());
-    }
-
-    LRESULT Insert(std::size_t index, const WCHAR* text) {
-        if (index > entries_.size() || !text)
-            return CB_ERR;
-        entries_.insert(entries_.begin() + static_cast<std::ptrdiff_t>(index), {text, 0});
-        if (selection_ >= static_cast<int>(index))
-            ++selection_;
-        return static_cast<LRESULT>(index);
-    }
-
     // Selecting by message tells the dialog nothing; only what the user does is notified.
     LRESULT Select(int index) {
         const bool valid = index >= 0 && index < static_cast<int>(entries_.size());
@@ -178,15 +131,10 @@ class ChoiceBox final : public Control {
         return selection_;
     }
 
-    [[nodiscard]] int Find(int after, WideView text, bool whole) const {
-        const auto count = static_cast<int>(entries_.size());
-        for (int step = 1; step <= count; ++step) {
-            const int at = (std::max(after, -1) + step) % count;
-            const WideView entry = entries_[static_cast<std::size_t>(at)].text;
-            if (EqualsCaseless(whole ? entry : entry.substr(0, text.size()), text))
-                return at;
-        }
-        return CB_ERR;
+    [[nodiscard]] LRESULT Find(WideView text) const {
+        const auto found = std::ranges::find_if(
+            entries_, [&](const Entry& entry) { return EqualsCaseless(entry.text, text); });
+        return found == entries_.end() ? CB_ERR : found - entries_.begin();
     }
 
     [[nodiscard]] WideString ShownText() const {
@@ -227,25 +175,9 @@ class ChoiceBox final : public Control {
         return 0;
     }
 
-    bool Key(WPARAM key) {
-        const bool down = key == VK_DOWN;
-        if ((!down && key != VK_UP) || !window_.Enabled())
-            return false;
-        if (entries_.empty())
-            return true;
-        const int next = std::clamp(selection_ + (down ? 1 : -1), 0, static_cast<int>(entries_.size()) - 1);
-        if (next != selection_) {
-            Select(next);
-            NotifyParent(CBN_SELENDOK);
-            NotifyParent(CBN_SELCHANGE);
-        }
-        return true;
-    }
-
     std::vector<Entry> entries_;
     int selection_ = CB_ERR;
     HWND field_ = nullptr;
-    bool dropped_ = false;
     bool quiet_ = false;  // the edit field changes because of a message, not because of the user
 };
 

@@ -17,14 +17,8 @@ std::unique_ptr<Control> MakeSlider(Window& window);
 std::unique_ptr<Control> MakeTooltip(Window& window);
 std::unique_ptr<Control> MakeTabControl(Window& window);
 
-// Whether the window is a button that is pressed, not one that keeps a mark.
-[[nodiscard]] bool IsPushButton(HWND window);
-
 // The id that the edit field of an editable choice box has.
 constexpr int kChoiceBoxEditId = 1001;
-
-// The tip of a control, asked for as the pointer resting on it asks; nothing when no tooltip serves it.
-[[nodiscard]] std::optional<ShownTip> AskForTip(HWND control);
 
 // The texts of a tab control.
 void SetTabs(HWND tab_control, std::vector<WideString> texts);

@@ -67,22 +67,6 @@ void Desktop::Reset() {
     ForgetModuleSettings();
 }
 
-void Desktop::SetUser(std::function<bool()> user) {
-    SetModalUser(std::move(user));
-}
-
-void Desktop::SetAnswers(std::function<int(const ShownBox&)> answers) {
-    SetBoxAnswers(std::move(answers));
-}
-
-std::vector<std::string> Desktop::RanOutOfScript() const {
-    return WindowsLeftByUser();
-}
-
-std::optional<ShownTip> Desktop::HoverTip(HWND control) {
-    return AskForTip(control);
-}
-
 void Desktop::PressHelp(HWND control) {
     const WindowRef ref = FindWindowRef(control);
     if (!ref)
@@ -157,46 +141,6 @@ ControlColors Desktop::ColorsOf(HWND window) const {
     const LRESULT brush =
         Send(asked, ColorRequestFor(*ref), reinterpret_cast<WPARAM>(context.Handle()), ToLparam(window));
     return {ColorOfBrush(reinterpret_cast<HBRUSH>(brush)), context.TextColor(), context.Transparent()};
-}
-
-std::vector<ShownBox> Desktop::Boxes() const {
-    return ShownBoxes();
-}
-
-std::optional<ShownBox> Desktop::OpenBox() const {
-    const HWND top = TopWindow();
-    for (const ShownBox& box : ShownBoxes())
-        if (top && box.window == top)
-            return box;
-    return std::nullopt;
-}
-
-std::vector<HelpRequest> Desktop::HelpRequests() const {
-    return AskedHelp();
-}
-
-std::vector<ShellRequest> Desktop::ShellRequests() const {
-    return AskedShell();
-}
-
-std::vector<UINT> Desktop::Beeps() const {
-    return PlayedBeeps();
-}
-
-void Desktop::SetShellResult(int result) {
-    SetShellAnswer(result);
-}
-
-void Desktop::SetLibraryMissing(const std::string& library, bool missing) {
-    qxsim::SetLibraryMissing(library, missing);
-}
-
-void Desktop::SetProcMissing(const std::string& library, const std::string& function, bool missing) {
-    qxsim::SetProcMissing(library, function, missing);
-}
-
-void Desktop::SetLibraryPath(const std::string& path, const std::string& library) {
-    qxsim::SetLibraryPath(path, library);
 }
 
 }  // namespace qxsim

@@ -147,21 +147,12 @@ class Desktop {
 
     // --- what was asked of it ---
     [[nodiscard]] std::vector<ShownBox> Boxes() const;
-    [[nodiscard]] std::optional<ShownBox> OpenBox()
-        const;  // the message box in front, if the front window is one
     [[nodiscard]] std::vector<HelpRequest> HelpRequests() const;
     [[nodiscard]] std::vector<ShellRequest> ShellRequests() const;
     [[nodiscard]] std::vector<UINT> Beeps() const;  // MessageBeep types
 
     // --- settings ---
     void SetShellResult(int result);  // what ShellExecuteW answers; above 32 is success, 42 by default
-    // Lets LoadLibrary and GetModuleHandle not find a library, or GetProcAddress not find a function of it.
-    // Names without path, in any case.
-    void SetLibraryMissing(const std::string& library, bool missing = true);
-    void SetProcMissing(const std::string& library, const std::string& function, bool missing = true);
-    // Names under which a library can be loaded besides its own: what an in-process server path of the
-    // registry may hold.
-    void SetLibraryPath(const std::string& path, const std::string& library);
 
   private:
     Desktop() = default;

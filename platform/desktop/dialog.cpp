@@ -67,20 +67,14 @@ RECT TakeRect(Reader& reader) {
     return rect;
 }
 
-TemplateItem TakeItem(Reader& reader, bool extended) {
+TemplateItem TakeItem(Reader& reader) {
     TemplateItem item;
     reader.Align();
-    if (extended) {
-        reader.Skip(sizeof(DWORD));  // help id
-        item.ex_style = reader.Take<DWORD>();
-        item.style = reader.Take<DWORD>();
-    } else {
-        item.style = reader.Take<DWORD>();
-        item.ex_style = reader.Take<DWORD>();
-    }
+    reader.Skip(sizeof(DWORD));  // help id
+    item.ex_style = reader.Take<DWORD>();
+    item.style = reader.Take<DWORD>();
     item.units = TakeRect(reader);
-    item.id =
-        extended ? static_cast<int>(reader.Take<DWORD>()) : static_cast<std::int16_t>(reader.Take<WORD>());
+    item.id = static_cast<int>(reader.Take<DWORD>());
     WORD atom = 0;
     item.class_name = reader.TakeText(atom);
     if (atom >= kFirstClassAtom && atom < kFirstClassAtom + kClassAtoms.size())
@@ -93,10 +87,6 @@ TemplateItem TakeItem(Reader& reader, bool extended) {
 // The messages whose answer is the dialog procedure's own result instead of DWLP_MSGRESULT.
 bool AnswersByResult(UINT message) {
     return (message >= WM_CTLCOLORMSGBOX && message <= WM_CTLCOLORSTATIC) || message == WM_INITDIALOG;
-}
-
-HWND FirstTabStop(HWND dialog) {
-    return NextTabStop(dialog, nullptr, false);
 }
 
 }  // namespace
@@ -112,16 +102,12 @@ RECT UnitsToPixels(const RECT& units) {
 std::optional<DialogTemplate> ReadDialogTemplate(ResourceBytes bytes) {
     Reader reader(bytes);
     DialogTemplate read;
-    const auto first = reader.Take<DWORD>();
-    const bool extended = first == 0xFFFF0001;
-    if (extended) {
-        reader.Skip(sizeof(DWORD));  // help id
-        read.ex_style = reader.Take<DWORD>();
-        read.style = reader.Take<DWORD>();
-    } else {
-        read.style = first;
-        read.ex_style = reader.Take<DWORD>();
-    }
+    constexpr DWORD kExtended = 0xFFFF0001;  // the only form that our resource script makes
+    if (reader.Take<DWORD>() != kExtended)
+        return std::nullopt;
+    reader.Skip(sizeof(DWORD));  // help id
+    read.ex_style = reader.Take<DWORD>();
+    read.style = reader.Take<DWORD>();
     const auto count = reader.Take<WORD>();
     const RECT rect = TakeRect(reader);
     read.width = rect.right - rect.left;
@@ -131,11 +117,11 @@ std::optional<DialogTemplate> ReadDialogTemplate(ResourceBytes bytes) {
     reader.TakeText(number);  // class
     read.caption = reader.TakeText(number);
     if (read.style & DS_SETFONT) {
-        reader.Skip(extended ? 3 * sizeof(WORD) : sizeof(WORD));  // size, weight, italic and character set
+        reader.Skip(3 * sizeof(WORD));  // size, weight, italic and character set
         reader.TakeText(number);
     }
     for (int index = 0; index < count && !reader.Failed(); ++index)
-        read.items.push_back(TakeItem(reader, extended));
+        read.items.push_back(TakeItem(reader));
     if (reader.Failed())
         return std::nullopt;
     return read;
@@ -145,10 +131,8 @@ HWND MakeDialog(const DialogTemplate& description, const NewDialog& dialog, DWOR
     NewWindow frame;
     frame.class_name = u"#32770";
     frame.text = description.caption;
-    frame.style = description.style & ~static_cast<DWORD>(WS_VISIBLE);
-    if (dialog.as_page)
-        frame.style =
-            (frame.style & ~static_cast<DWORD>(WS_POPUP | WS_CAPTION | WS_SYSMENU | WS_DISABLED)) | WS_CHILD;
+    constexpr DWORD kOfFrames = WS_VISIBLE | WS_POPUP | WS_CAPTION | WS_SYSMENU | WS_DISABLED;
+    frame.style = (description.style & ~kOfFrames) | WS_CHILD;
     frame.ex_style = description.ex_style;
     frame.units = {0, 0, description.width, description.height};
     frame.rect = UnitsToPixels(frame.units);
@@ -180,25 +164,18 @@ HWND MakeDialog(const DialogTemplate& description, const NewDialog& dialog, DWOR
         if (item.picture != 0)
             control.resource =
                 ((item.style & SS_TYPEMASK) == SS_ICON ? "icon " : "bitmap ") + std::to_string(item.picture);
-        if (!MakeWindow(control, error, nullptr) && !(description.style & DS_NOFAILCREATE)) {
+        if (!MakeWindow(control, error, nullptr)) {
             Call undone = Call::Infallible("DestroyWindow", window);
             Destroy(window, undone);
             return nullptr;
         }
-        if ((item.style & BS_TYPEMASK) == BS_DEFPUSHBUTTON && EqualsCaseless(item.class_name, u"Button"))
-            ref->default_button = item.id;
     }
     ref->dialog_procedure = dialog.procedure;
-    const HWND first = FirstTabStop(window);
-    const LRESULT set_focus = Send(window, WM_INITDIALOG, reinterpret_cast<WPARAM>(first), dialog.parameter);
+    Send(window, WM_INITDIALOG, reinterpret_cast<WPARAM>(FirstTabStop(window)), dialog.parameter);
     if (!FindWindowRef(window)) {
         error = ERROR_INVALID_WINDOW_HANDLE;
         return nullptr;
     }
-    if (set_focus != FALSE && !dialog.as_page && first)
-        Focus(first);
-    if (description.style & WS_VISIBLE && !dialog.as_page)
-        Show(window, true);
     return window;
 }
 
@@ -215,71 +192,16 @@ LRESULT DialogProcedure(HWND window, UINT message, WPARAM wparam, LPARAM lparam)
         if (handled != 0 || message == WM_INITDIALOG)
             return AnswersByResult(message) ? handled : ref->message_result;
     }
-    if (message == WM_CLOSE) {
-        Post(window, WM_COMMAND, MAKEWPARAM(IDCANCEL, BN_CLICKED), ToLparam(ChildWithId(window, IDCANCEL)));
-        return TRUE;
-    }
     return DefaultProcedure(window, message, wparam, lparam);
 }
 
-HWND NextTabStop(HWND dialog, HWND control, bool previous) {
-    const WindowRef ref = FindWindowRef(dialog);
-    if (!ref)
-        return nullptr;
-    std::vector<HWND> stops;
-    // The children of pages take part in their frame's order.
-    const auto collect = [&](const auto& self, const Window& parent) -> void {
-        for (const HWND child : parent.children) {
-            const WindowRef found = FindWindowRef(child);
-            if (!found || !found->Visible() || !found->Enabled())
-                continue;
-            if (found->is_dialog)
-                self(self, *found);
-            else if (found->style & WS_TABSTOP)
-                stops.push_back(child);
-        }
-    };
-    collect(collect, *ref);
-    if (stops.empty())
-        return nullptr;
-    const auto at = std::ranges::find(stops, control);
-    if (at == stops.end())
-        return previous ? stops.back() : stops.front();
-    if (previous)
-        return at == stops.begin() ? stops.back() : *std::prev(at);
-    return std::next(at) == stops.end() ? stops.front() : *std::next(at);
-}
-
-bool TakeDialogKey(HWND dialog, const MSG& message) {
-    if (message.message != WM_KEYDOWN || RootOf(message.hwnd) != dialog)
-        return false;
-    // A control may want keys for itself.
-    if (Send(message.hwnd, WM_GETDLGCODE, message.wParam, ToLparam(&message)) & DLGC_WANTALLKEYS)
-        return false;
-    switch (message.wParam) {
-        case VK_TAB:
-            if (const HWND next = NextTabStop(dialog, FocusedWindow(), false))
-                Focus(next);
-            return true;
-        case VK_RETURN: {
-            // A push button is the default one as long as it has the focus.
-            if (const HWND focus = FocusedWindow(); RootOf(focus) == dialog && IsPushButton(focus)) {
-                Send(focus, BM_CLICK, 0, 0);
-                return true;
-            }
-            const LRESULT answer = Send(dialog, DM_GETDEFID, 0, 0);
-            const WindowRef ref = FindWindowRef(dialog);
-            const int id = HIWORD(answer) != 0 ? LOWORD(answer) : ref ? ref->default_button : IDOK;
-            Send(dialog, WM_COMMAND, MAKEWPARAM(id, BN_CLICKED), ToLparam(ChildWithId(dialog, id)));
-            return true;
-        }
-        case VK_ESCAPE:
-            Send(dialog, WM_COMMAND, MAKEWPARAM(IDCANCEL, BN_CLICKED),
-                 ToLparam(ChildWithId(dialog, IDCANCEL)));
-            return true;
-        default:
-            return false;
-    }
+HWND FirstTabStop(HWND dialog) {
+    if (const WindowRef ref = FindWindowRef(dialog))
+        for (const HWND child : ref->children)
+            if (const WindowRef found = FindWindowRef(child);
+                found && found->Visible() && found->Enabled() && (found->style & WS_TABSTOP))
+                return child;
+    return nullptr;
 }
 
 }  // namespace qxsim

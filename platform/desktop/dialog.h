@@ -28,7 +28,7 @@ struct DialogTemplate {
     std::vector<TemplateItem> items;
 };
 
-// A template in either of its two binary forms; nothing when the bytes are no template.
+// A template of a DIALOGEX statement; nothing when the bytes are none.
 [[nodiscard]] std::optional<DialogTemplate> ReadDialogTemplate(ResourceBytes bytes);
 
 // The size of a dialog unit with the dialog font, in pixels: a rectangle of dialog units scaled by it, as
@@ -40,19 +40,15 @@ struct NewDialog {
     HWND parent = nullptr;
     DLGPROC procedure = nullptr;
     LPARAM parameter = 0;
-    bool as_page = false;  // a child without a frame, whose first control does not take the focus
-    POINT position{};      // in the parent, of pages
+    POINT position{};  // in the parent
 };
 
-// Makes a dialog with its controls and sends it WM_INITDIALOG; null with an error code when a window cannot
-// be made. The caller must hold no lock of the computer.
+// Makes a page, a dialog without a frame, with its controls and sends it WM_INITDIALOG; null with an error
+// code when a window cannot be made. The caller must hold no lock of the computer.
 [[nodiscard]] HWND MakeDialog(const DialogTemplate& description, const NewDialog& dialog, DWORD& error,
                               Call* call);
 
-// The next control that the Tab key reaches; null when there is none.
-[[nodiscard]] HWND NextTabStop(HWND dialog, HWND control, bool previous);
-
-// Handles the keys that mean something in every dialog; false when the message is an ordinary one.
-[[nodiscard]] bool TakeDialogKey(HWND dialog, const MSG& message);
+// The first control that the Tab key reaches; null when there is none.
+[[nodiscard]] HWND FirstTabStop(HWND dialog);
 
 }  // namespace qxsim

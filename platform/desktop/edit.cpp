@@ -32,26 +32,6 @@ class Edit final : public Control {
                     std::swap(from_, to_);
                 return 0;
             }
-            case EM_GETSEL:
-                if (wparam)
-                    *reinterpret_cast<DWORD*>(wparam) = static_cast<DWORD>(from_);
-                if (lparam)
-                    *PointerOf<DWORD>(lparam) = static_cast<DWORD>(to_);
-                return MAKELRESULT(from_, to_);
-            case EM_REPLACESEL:
-                Replace(PointerOf<const WCHAR>(lparam));
-                return 0;
-            case EM_LIMITTEXT:
-                limit_ = wparam == 0 ? kMostText : wparam;
-                return 0;
-            case EM_GETLIMITTEXT:
-                return static_cast<LRESULT>(limit_);
-            case EM_SETREADONLY:
-                if (wparam)
-                    window_.style |= ES_READONLY;
-                else
-                    window_.style &= ~static_cast<DWORD>(ES_READONLY);
-                return TRUE;
             case WM_SETFOCUS:
                 NotifyParent(EN_SETFOCUS);
                 return 0;
@@ -70,7 +50,6 @@ class Edit final : public Control {
     void Describe(ControlPicture& picture) const override { picture.kind = "edit"; }
 
   private:
-    static constexpr std::size_t kMostText = 0x7FFFFFFE;
     static constexpr WCHAR kBackspace = 8;
 
     void Changed() {
@@ -80,15 +59,13 @@ class Edit final : public Control {
 
     void Replace(WideView text) {
         window_.text.erase(from_, to_ - from_);
-        const std::size_t room = limit_ > window_.text.size() ? limit_ - window_.text.size() : 0;
-        text = text.substr(0, room);
         window_.text.insert(from_, text);
         from_ = to_ = from_ + text.size();
         Changed();
     }
 
     LRESULT Typed(WCHAR unit) {
-        if (!window_.Enabled() || (window_.style & ES_READONLY))
+        if (!window_.Enabled())
             return 0;
         if (unit == kBackspace) {
             if (from_ == to_ && from_ > 0)
@@ -106,7 +83,6 @@ class Edit final : public Control {
 
     std::size_t from_ = 0;  // the selection; the caret when both are equal
     std::size_t to_ = 0;
-    std::size_t limit_ = 30000;
 };
 
 }  // namespace

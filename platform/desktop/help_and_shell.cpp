@@ -26,17 +26,17 @@ std::string Text(LPCWSTR text) {
 
 }  // namespace
 
-std::vector<HelpRequest> AskedHelp() {
+std::vector<HelpRequest> Desktop::HelpRequests() const {
     const std::lock_guard lock(Instruments::The().Lock());
     return State().help;
 }
 
-std::vector<ShellRequest> AskedShell() {
+std::vector<ShellRequest> Desktop::ShellRequests() const {
     const std::lock_guard lock(Instruments::The().Lock());
     return State().shell;
 }
 
-void SetShellAnswer(int result) {
+void Desktop::SetShellResult(int result) {
     const std::lock_guard lock(Instruments::The().Lock());
     State().shell_answer = result;
 }

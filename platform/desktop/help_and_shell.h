@@ -10,9 +10,6 @@
 
 namespace qxsim {
 
-[[nodiscard]] std::vector<HelpRequest> AskedHelp();
-[[nodiscard]] std::vector<ShellRequest> AskedShell();
-void SetShellAnswer(int result);
 void ForgetRequests();
 
 QX_PLATFORM_CALL(HtmlHelpW);

@@ -19,40 +19,20 @@ struct BoxButton {
 };
 
 constexpr std::array kOk{BoxButton{IDOK, u"OK"}};
-constexpr std::array kOkCancel{BoxButton{IDOK, u"OK"}, BoxButton{IDCANCEL, u"Cancel"}};
-constexpr std::array kAbortRetryIgnore{BoxButton{IDABORT, u"&Abort"}, BoxButton{IDRETRY, u"&Retry"},
-                                       BoxButton{IDIGNORE, u"&Ignore"}};
-constexpr std::array kYesNoCancel{BoxButton{IDYES, u"&Yes"}, BoxButton{IDNO, u"&No"},
-                                  BoxButton{IDCANCEL, u"Cancel"}};
 constexpr std::array kYesNo{BoxButton{IDYES, u"&Yes"}, BoxButton{IDNO, u"&No"}};
-constexpr std::array kRetryCancel{BoxButton{IDRETRY, u"&Retry"}, BoxButton{IDCANCEL, u"Cancel"}};
 
 std::span<const BoxButton> ButtonsOf(UINT type) {
-    switch (type & MB_TYPEMASK) {
-        case MB_OKCANCEL:
-            return kOkCancel;
-        case MB_ABORTRETRYIGNORE:
-            return kAbortRetryIgnore;
-        case MB_YESNOCANCEL:
-            return kYesNoCancel;
-        case MB_YESNO:
-            return kYesNo;
-        case MB_RETRYCANCEL:
-            return kRetryCancel;
-        default:
-            return kOk;
-    }
+    if ((type & MB_TYPEMASK) == MB_YESNO)
+        return kYesNo;
+    return kOk;
 }
 
 bool Has(std::span<const BoxButton> buttons, int id) {
     return std::ranges::any_of(buttons, [&](const BoxButton& button) { return button.id == id; });
 }
 
-// What Escape and the close box answer: Cancel, or OK when that is all there is; 0 when the box must be
-// answered.
+// What the close box answers: OK when that is all there is; 0 when the box must be answered.
 int CloseAnswer(std::span<const BoxButton> buttons) {
-    if (Has(buttons, IDCANCEL))
-        return IDCANCEL;
     return buttons.size() == 1 ? buttons.front().id : 0;
 }
 
@@ -73,11 +53,8 @@ class MessageBoxFrame final : public Control {
 
     LRESULT Message(UINT message, WPARAM wparam, LPARAM lparam) override {
         if (message == WM_COMMAND) {
-            const int id = LOWORD(wparam);
-            if (Has(buttons_, id))
-                answer = id;
-            else if (id == IDCANCEL)
-                answer = CloseAnswer(buttons_);
+            if (Has(buttons_, LOWORD(wparam)))
+                answer = LOWORD(wparam);
             return 0;
         }
         if (message == WM_CLOSE) {
@@ -152,17 +129,17 @@ HWND MakeBox(const ShownBox& box, HWND owner, DWORD& error, Call& call) {
 
 }  // namespace
 
-std::vector<ShownBox> ShownBoxes() {
+std::vector<ShownBox> Desktop::Boxes() const {
     const std::lock_guard lock(Instruments::The().Lock());
     return State().shown;
 }
 
-std::vector<UINT> PlayedBeeps() {
+std::vector<UINT> Desktop::Beeps() const {
     const std::lock_guard lock(Instruments::The().Lock());
     return State().beeps;
 }
 
-void SetBoxAnswers(std::function<int(const ShownBox&)> answers) {
+void Desktop::SetAnswers(std::function<int(const ShownBox&)> answers) {
     const std::lock_guard lock(Instruments::The().Lock());
     State().answers = std::move(answers);
 }
@@ -199,8 +176,6 @@ int MessageBoxW(HWND owner, LPCWSTR text, LPCWSTR caption, UINT type) {
     ref->control = std::move(frame_control);
     ref->is_dialog = true;
     const std::span<const BoxButton> buttons = ButtonsOf(type);
-    const std::size_t default_index = (type & MB_DEFMASK) >> 8;
-    ref->default_button = buttons[std::min(default_index, buttons.size() - 1)].id;
     box.window = window;
     std::size_t place = 0;
     {

@@ -7,9 +7,6 @@
 
 namespace qxsim {
 
-[[nodiscard]] std::vector<ShownBox> ShownBoxes();
-[[nodiscard]] std::vector<UINT> PlayedBeeps();
-void SetBoxAnswers(std::function<int(const ShownBox&)> answers);
 void ForgetBoxes();
 
 QX_PLATFORM_CALL(MessageBoxW);

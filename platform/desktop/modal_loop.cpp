@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "platform/desktop/modal_loop.h"
 
-#include "platform/desktop/dialog.h"
 #include "platform/desktop/window.h"
 
 namespace qxsim {
@@ -59,12 +58,6 @@ void RunModalLoop(HWND window, HWND owner, const std::function<bool()>& done,
                   const std::function<void()>& give_up) {
     const OwnerDisabled disabled(owner);
     while (!done() && FindWindowRef(window)) {
-        MSG message{};
-        if (TakePosted(message, true)) {
-            if (!TakeDialogKey(window, message))
-                Send(message.hwnd, message.message, message.wParam, message.lParam);
-            continue;
-        }
         PaintInvalid();
         if (done() || AskUser())
             continue;
@@ -76,12 +69,12 @@ void RunModalLoop(HWND window, HWND owner, const std::function<bool()>& done,
     }
 }
 
-void SetModalUser(std::function<bool()> user) {
+void Desktop::SetUser(std::function<bool()> user) {
     const std::lock_guard lock(Instruments::The().Lock());
     State().user = std::move(user);
 }
 
-std::vector<std::string> WindowsLeftByUser() {
+std::vector<std::string> Desktop::RanOutOfScript() const {
     const std::lock_guard lock(Instruments::The().Lock());
     return State().left_open;
 }

@@ -14,9 +14,6 @@ namespace qxsim {
 void RunModalLoop(HWND window, HWND owner, const std::function<bool()>& done,
                   const std::function<void()>& give_up);
 
-// The settings of Desktop.
-void SetModalUser(std::function<bool()> user);
-[[nodiscard]] std::vector<std::string> WindowsLeftByUser();
 void ForgetUser();
 
 }  // namespace qxsim

@@ -16,10 +16,8 @@
 // A page as the platform keeps it; HPROPSHEETPAGE points to one.
 struct _PSP {
     PROPSHEETPAGEW page{};
-    qxsim::WideString title;          // what page.pszTitle points to, when it is a text
-    qxsim::WideString template_name;  // likewise
-    HWND window = nullptr;            // once the page was opened
-    bool changed = false;
+    qxsim::WideString title;  // what page.pszTitle points to, when it is a text
+    HWND window = nullptr;    // once the page was opened
 };
 
 namespace qxsim {
@@ -53,10 +51,6 @@ HPROPSHEETPAGE MakePage(const PROPSHEETPAGEW& description, Call& call) {
         page->title = kept.pszTitle;
         kept.pszTitle = page->title.c_str();
     }
-    if (!IS_INTRESOURCE(kept.pszTemplate)) {
-        page->template_name = kept.pszTemplate;
-        kept.pszTemplate = page->template_name.c_str();
-    }
     const HPROPSHEETPAGE handle = page.get();
     _PSP& made = *page;
     Pages()[handle] = std::move(page);
@@ -82,11 +76,7 @@ std::optional<DialogTemplate> TemplateOf(const _PSP& page) {
 }
 
 WideString TitleOf(const _PSP& page) {
-    if (!(page.page.dwFlags & PSP_USETITLE)) {
-        const std::optional<DialogTemplate> read = TemplateOf(page);
-        return read ? read->caption : WideString();
-    }
-    if (!page.page.pszTitle)
+    if (!(page.page.dwFlags & PSP_USETITLE) || !page.page.pszTitle)
         return u"";
     return IS_INTRESOURCE(page.page.pszTitle) ? ModuleString(page.page.hInstance, LOWORD(page.page.pszTitle))
                                               : WideString(page.page.pszTitle);
@@ -95,8 +85,8 @@ WideString TitleOf(const _PSP& page) {
 // The frame of a sheet: tabs, pages, buttons, and the notifications between them.
 class SheetFrame final : public Control {
   public:
-    SheetFrame(Window& window, std::vector<HPROPSHEETPAGE> pages, DWORD flags, PFNPROPSHEETCALLBACK callback)
-        : Control(window), pages_(std::move(pages)), flags_(flags), callback_(callback) {}
+    SheetFrame(Window& window, std::vector<HPROPSHEETPAGE> pages)
+        : Control(window), pages_(std::move(pages)) {}
 
     LRESULT Message(UINT message, WPARAM wparam, LPARAM lparam) override {
         switch (message) {
@@ -105,52 +95,15 @@ class SheetFrame final : public Control {
                     Press(LOWORD(wparam));
                 return 0;
             case WM_CLOSE:
-                Cancel(true);
+                Cancel();
                 return 0;
-            case DM_GETDEFID:
-                return MAKELRESULT(IDOK, 0x534B);  // DC_HASDEFID
-            case PSM_SETCURSEL: {
-                const auto asked =
-                    lparam ? IndexOf(reinterpret_cast<HPROPSHEETPAGE>(lparam)) : static_cast<int>(wparam);
-                return SwitchTo(asked) ? TRUE : FALSE;
-            }
+            case PSM_SETCURSEL:
+                return SwitchTo(static_cast<int>(wparam)) ? TRUE : FALSE;
             case PSM_PRESSBUTTON:
                 PressNamed(static_cast<int>(wparam));
                 return TRUE;
-            case PSM_CHANGED:
-            case PSM_UNCHANGED:
-                MarkChanged(reinterpret_cast<HWND>(wparam), message == PSM_CHANGED);
-                return TRUE;
-            case PSM_APPLY:
-                return Apply(FALSE) ? TRUE : FALSE;
-            case PSM_GETTABCONTROL:
-                return ToLparam(ChildWithId(window_.handle, kTabControlId));
             case PSM_GETCURRENTPAGEHWND:
                 return ended ? 0 : ToLparam(CurrentWindow());
-            case PSM_INDEXTOHWND:
-                return ToLparam(WindowAt(static_cast<int>(wparam)));
-            case PSM_HWNDTOINDEX:
-                return IndexOfWindow(reinterpret_cast<HWND>(wparam));
-            case PSM_INDEXTOPAGE:
-                return wparam < pages_.size() ? ToLparam(pages_[wparam]) : 0;
-            case PSM_PAGETOINDEX:
-                return IndexOf(reinterpret_cast<HPROPSHEETPAGE>(lparam));
-            case PSM_QUERYSIBLINGS:
-                return AskSiblings(wparam, lparam);
-            case PSM_SETTITLEW:
-                SetText(window_.handle, PointerOf<const WCHAR>(lparam));
-                return 0;
-            case PSM_REBOOTSYSTEM:
-                restart_ |= ID_PSREBOOTSYSTEM;
-                return 0;
-            case PSM_RESTARTWINDOWS:
-                restart_ |= ID_PSRESTARTWINDOWS;
-                return 0;
-            case PSM_CANCELTOCLOSE:
-                Enable(ChildWithId(window_.handle, IDCANCEL), false);
-                return 0;
-            case PSM_GETRESULT:
-                return result;
             default:
                 return Control::Message(message, wparam, lparam);
         }
@@ -168,7 +121,7 @@ class SheetFrame final : public Control {
 
     // Closes the sheet whatever its pages say.
     void GiveUp() {
-        Cancel(true);
+        Cancel();
         if (!ended)
             End(0);
     }
@@ -199,22 +152,10 @@ class SheetFrame final : public Control {
                    ? PageOf(pages_[static_cast<std::size_t>(index)])->window
                    : nullptr;
     }
-    [[nodiscard]] int IndexOf(HPROPSHEETPAGE handle) const {
-        const auto found = std::ranges::find(pages_, handle);
-        return found == pages_.end() ? -1 : static_cast<int>(found - pages_.begin());
-    }
-    [[nodiscard]] int IndexOfWindow(HWND window) const {
-        for (int index = 0; window && index < static_cast<int>(pages_.size()); ++index)
-            if (WindowAt(index) == window)
-                return index;
-        return -1;
-    }
-
-    LRESULT Notify(HWND page, UINT code, LPARAM parameter = 0) const {
+    LRESULT Notify(HWND page, UINT code) const {
         PSHNOTIFY notification{};
         notification.hdr.hwndFrom = window_.handle;
         notification.hdr.code = code;
-        notification.lParam = parameter;
         return Send(page, WM_NOTIFY, 0, ToLparam(&notification));
     }
 
@@ -240,7 +181,6 @@ class SheetFrame final : public Control {
         dialog.parent = window_.handle;
         dialog.procedure = page.page.pfnDlgProc;
         dialog.parameter = ToLparam(&page.page);
-        dialog.as_page = true;
         const RECT tabs = FindWindowRef(ChildWithId(window_.handle, kTabControlId))->rect;
         dialog.position = {tabs.left + kTabBorder, tabs.top + kTabHeight};
         DWORD error = 0;
@@ -261,10 +201,7 @@ class SheetFrame final : public Control {
             Show(before, false);
         Show(page.window, true);
         Send(ChildWithId(window_.handle, kTabControlId), TCM_SETCURSEL, static_cast<WPARAM>(index), 0);
-        HWND first = NextTabStop(page.window, nullptr, false);
-        if (const LRESULT wanted = Notify(page.window, PSN_QUERYINITIALFOCUS, ToLparam(first)))
-            first = reinterpret_cast<HWND>(wanted);
-        Focus(first);
+        Focus(FirstTabStop(page.window));
         return true;
     }
 
@@ -284,43 +221,29 @@ class SheetFrame final : public Control {
         return false;
     }
 
-    void MarkChanged(HWND window, bool changed) {
-        const int index = IndexOfWindow(window);
-        if (index >= 0)
-            PageOf(pages_[static_cast<std::size_t>(index)])->changed = changed;
-        const bool any =
-            std::ranges::any_of(pages_, [](HPROPSHEETPAGE handle) { return PageOf(handle)->changed; });
-        Enable(ChildWithId(window_.handle, kApplyButtonId), any);
-    }
-
     // Asks every opened page to apply, in tab order; the first that refuses comes to the front.
-    bool Apply(LPARAM closing) {
+    bool Apply() {
         if (Notify(CurrentWindow(), PSN_KILLACTIVE) != FALSE)
             return false;
         for (int index = 0; index < static_cast<int>(pages_.size()); ++index) {
             const HWND page = WindowAt(index);
             if (!page)
                 continue;
-            const LRESULT answer = Notify(page, PSN_APPLY, closing);
+            const LRESULT answer = Notify(page, PSN_APPLY);
             if (answer == PSNRET_INVALID || answer == PSNRET_INVALID_NOCHANGEPAGE) {
                 Activate(answer == PSNRET_INVALID ? index : current_);
                 return false;
             }
         }
-        for (const HPROPSHEETPAGE handle : pages_)
-            PageOf(handle)->changed = false;
-        Enable(ChildWithId(window_.handle, kApplyButtonId), false);
-        if (closing == FALSE)
-            Notify(CurrentWindow(), PSN_SETACTIVE);
         return true;
     }
 
-    void Cancel(bool by_close_box) {
-        if (ended || Notify(CurrentWindow(), PSN_QUERYCANCEL) != FALSE)
+    void Cancel() {
+        if (ended)
             return;
         for (const HWND page : PageWindows())
             if (page)
-                Notify(page, PSN_RESET, by_close_box ? TRUE : FALSE);
+                Notify(page, PSN_RESET);
         End(0);
     }
 
@@ -330,58 +253,20 @@ class SheetFrame final : public Control {
     }
 
     void Press(int id) {
-        switch (id) {
-            case IDOK:
-                TellSheetCallback(PSCB_BUTTONPRESSED, PSBTN_OK);
-                if (Apply(TRUE))
-                    End(restart_ != 0 ? restart_ : 1);
-                break;
-            case IDCANCEL:
-                TellSheetCallback(PSCB_BUTTONPRESSED, PSBTN_CANCEL);
-                Cancel(false);
-                break;
-            case kApplyButtonId:
-                TellSheetCallback(PSCB_BUTTONPRESSED, PSBTN_APPLYNOW);
-                Apply(FALSE);
-                break;
-            case IDHELP:
-                Notify(CurrentWindow(), PSN_HELP);
-                break;
-            default:
-                break;
-        }
+        if (id == IDCANCEL)
+            Cancel();
+        else if (id == IDOK && Apply())
+            End(1);
     }
 
-    void PressNamed(int button) {
-        Press(button == PSBTN_OK         ? IDOK
-              : button == PSBTN_CANCEL   ? IDCANCEL
-              : button == PSBTN_APPLYNOW ? kApplyButtonId
-              : button == PSBTN_HELP     ? IDHELP
-                                         : 0);
-    }
-
-    LRESULT AskSiblings(WPARAM wparam, LPARAM lparam) const {
-        for (const HWND page : PageWindows())
-            if (page)
-                if (const LRESULT answer = Send(page, PSM_QUERYSIBLINGS, wparam, lparam))
-                    return answer;
-        return 0;
-    }
-
-    void TellSheetCallback(UINT what, LPARAM parameter) const {
-        if ((flags_ & PSH_USECALLBACK) && callback_)
-            callback_(window_.handle, what, parameter);
-    }
+    void PressNamed(int button) { Press(button == PSBTN_OK ? IDOK : button == PSBTN_CANCEL ? IDCANCEL : 0); }
 
     static constexpr int kTabBorder = 3;
     static constexpr int kTabHeight = 22;
     friend HWND MakeSheetFrame(const PROPSHEETHEADERW&, const std::vector<HPROPSHEETPAGE>&, DWORD&, Call&);
 
     std::vector<HPROPSHEETPAGE> pages_;
-    DWORD flags_;
-    PFNPROPSHEETCALLBACK callback_;
     int current_ = -1;
-    INT_PTR restart_ = 0;
 };
 
 WideString CaptionOf(const PROPSHEETHEADERW& header) {
@@ -413,7 +298,7 @@ HWND MakeSheetFrame(const PROPSHEETHEADERW& header, const std::vector<HPROPSHEET
     // The callback may change the template before the frame is made of it.
     DLGTEMPLATE look{};
     look.style = WS_POPUP | WS_CAPTION | WS_SYSMENU | DS_MODALFRAME;
-    look.dwExtendedStyle = (header.dwFlags & PSH_NOCONTEXTHELP) ? 0 : WS_EX_CONTEXTHELP;
+    look.dwExtendedStyle = WS_EX_CONTEXTHELP;
     if ((header.dwFlags & PSH_USECALLBACK) && header.pfnCallback)
         header.pfnCallback(nullptr, PSCB_PRECREATE, ToLparam(&look));
     NewWindow frame;
@@ -443,8 +328,7 @@ HWND MakeSheetFrame(const PROPSHEETHEADERW& header, const std::vector<HPROPSHEET
     add(WC_TABCONTROLW, u"", 0, {kMargin, kMargin, kMargin + tabs_width, kMargin + tabs_height},
         kTabControlId);
     const bool with_apply = !(header.dwFlags & PSH_NOAPPLYNOW);
-    const bool with_help = (header.dwFlags & PSH_HASHELP) != 0;
-    int left = width - (2 + (with_apply ? 1 : 0) + (with_help ? 1 : 0)) * (kButtonWidth + kMargin);
+    int left = width - (with_apply ? 3 : 2) * (kButtonWidth + kMargin);
     const auto add_button = [&](const WCHAR* text, DWORD style, int id) {
         add(WC_BUTTONW, text, style, {left, buttons_top, left + kButtonWidth, buttons_top + kButtonHeight},
             id);
@@ -454,8 +338,6 @@ HWND MakeSheetFrame(const PROPSHEETHEADERW& header, const std::vector<HPROPSHEET
     add_button(u"Cancel", 0, IDCANCEL);
     if (with_apply)
         add_button(u"&Apply", WS_DISABLED, kApplyButtonId);
-    if (with_help)
-        add_button(u"Help", 0, IDHELP);
     return window;
 }
 
@@ -508,20 +390,12 @@ INT_PTR PropertySheetW(LPCPROPSHEETHEADERW header) {
     if (!header || header->dwSize < offsetof(PROPSHEETHEADERW, hbmWatermark) || header->nPages > MAXPROPPAGES)
         return call.Fail(ERROR_INVALID_PARAMETER, INT_PTR{-1});
     std::vector<HPROPSHEETPAGE> pages;
-    const std::byte* description = reinterpret_cast<const std::byte*>(header->ppsp);
-    for (UINT index = 0; index < header->nPages; ++index) {
-        if (header->dwFlags & PSH_PROPSHEETPAGE) {
-            const auto& page = *reinterpret_cast<const PROPSHEETPAGEW*>(description);
-            pages.push_back(MakePage(page, call));
-            description += page.dwSize;
-        } else if (PageOf(header->phpage[index])) {
+    for (UINT index = 0; index < header->nPages; ++index)
+        if (PageOf(header->phpage[index]))
             pages.push_back(header->phpage[index]);
-        }
-    }
     if (call.Faulted())
         return RefuseSheet(pages, call.FaultError(ERROR_NOT_ENOUGH_MEMORY), call);
-    // Sheets without a loop of their own are not part of this desktop.
-    if (pages.empty() || (header->dwFlags & (PSH_MODELESS | PSH_WIZARD)))
+    if (pages.empty())
         return RefuseSheet(pages, ERROR_INVALID_PARAMETER, call);
     if (header->hwndParent && !FindWindowRef(header->hwndParent))
         return RefuseSheet(pages, ERROR_INVALID_WINDOW_HANDLE, call);
@@ -534,7 +408,7 @@ INT_PTR PropertySheetW(LPCPROPSHEETHEADERW header) {
         call.Relock();
         return RefuseSheet(pages, error, call);
     }
-    auto control = std::make_unique<SheetFrame>(*ref, pages, header->dwFlags, header->pfnCallback);
+    auto control = std::make_unique<SheetFrame>(*ref, pages);
     SheetFrame& frame = *control;
     ref->control = std::move(control);
     ref->is_dialog = true;

@@ -5,7 +5,6 @@
 #include <commctrl.h>
 
 #include <algorithm>
-#include <utility>
 
 namespace qxsim {
 
@@ -35,21 +34,6 @@ class Slider final : public Control {
             case TBM_SETRANGEMAX:
                 SetRange(minimum_, static_cast<int>(lparam));
                 return 0;
-            case TBM_SETPAGESIZE: {
-                const int old = PageSize();
-                page_ = static_cast<int>(lparam);
-                return old;
-            }
-            case TBM_GETPAGESIZE:
-                return PageSize();
-            case TBM_SETLINESIZE:
-                return std::exchange(line_, static_cast<int>(lparam));
-            case TBM_GETLINESIZE:
-                return line_;
-            case TBM_SETTICFREQ:
-                return 0;
-            case WM_KEYDOWN:
-                return Key(wparam) ? 0 : Control::Message(message, wparam, lparam);
             case WM_LBUTTONDOWN:
                 if (window_.Enabled())
                     Focus(window_.handle);
@@ -68,8 +52,6 @@ class Slider final : public Control {
 
   private:
     [[nodiscard]] int Clamped(int position) const { return std::max(minimum_, std::min(position, maximum_)); }
-    // The platform's own page size follows the range.
-    [[nodiscard]] int PageSize() const { return page_ > 0 ? page_ : std::max(1, (maximum_ - minimum_) / 5); }
 
     void SetRange(int minimum, int maximum) {
         minimum_ = minimum;
@@ -77,41 +59,9 @@ class Slider final : public Control {
         position_ = Clamped(position_);
     }
 
-    bool Key(WPARAM key) {
-        if (!window_.Enabled())
-            return false;
-        switch (key) {
-            case VK_RIGHT:
-            case VK_DOWN:
-                return Step(TB_LINEDOWN, position_ + line_);
-            case VK_LEFT:
-            case VK_UP:
-                return Step(TB_LINEUP, position_ - line_);
-            case VK_NEXT:
-                return Step(TB_PAGEDOWN, position_ + PageSize());
-            case VK_PRIOR:
-                return Step(TB_PAGEUP, position_ - PageSize());
-            case VK_HOME:
-                return Step(TB_TOP, minimum_);
-            case VK_END:
-                return Step(TB_BOTTOM, maximum_);
-            default:
-                return false;
-        }
-    }
-
-    bool Step(UINT code, int position) {
-        position_ = Clamped(position);
-        Send(window_.parent, WM_HSCROLL, MAKEWPARAM(code, 0), ToLparam(window_.handle));
-        Send(window_.parent, WM_HSCROLL, MAKEWPARAM(TB_ENDTRACK, 0), ToLparam(window_.handle));
-        return true;
-    }
-
     int minimum_ = 0;
     int maximum_ = 100;
     int position_ = 0;
-    int page_ = 0;
-    int line_ = 1;
 };
 
 }  // namespace

@@ -23,12 +23,6 @@ class Tooltip final : public Control {
         switch (message) {
             case TTM_ADDTOOLW:
                 return AddTool(PointerOf<TTTOOLINFOW>(lparam));
-            case TTM_DELTOOLW:
-                if (const auto* asked = PointerOf<TTTOOLINFOW>(lparam))
-                    std::erase_if(tools_, [&](const Tool& tool) { return tool.IsNamedBy(*asked); });
-                return 0;
-            case TTM_GETTOOLCOUNT:
-                return static_cast<LRESULT>(tools_.size());
             case TTM_SETTITLEW: {
                 const WideString title = PointerOf<const WCHAR>(lparam);
                 if (title.size() > 99)
@@ -39,18 +33,8 @@ class Tooltip final : public Control {
             }
             case TTM_SETMAXTIPWIDTH:
                 return std::exchange(tip_.max_width, static_cast<int>(lparam));
-            case TTM_GETMAXTIPWIDTH:
-                return tip_.max_width;
             case TTM_SETDELAYTIME:
                 SetDelay(wparam, static_cast<short>(LOWORD(lparam)));
-                return 0;
-            case TTM_GETDELAYTIME:
-                return wparam == TTDT_INITIAL   ? tip_.initial_delay
-                       : wparam == TTDT_RESHOW  ? tip_.reshow_delay
-                       : wparam == TTDT_AUTOPOP ? tip_.visible_time
-                                                : 0;
-            case TTM_ACTIVATE:
-                active_ = wparam != 0;
                 return 0;
             default:
                 return Control::Message(message, wparam, lparam);
@@ -63,7 +47,7 @@ class Tooltip final : public Control {
     [[nodiscard]] std::optional<ShownTip> TipFor(HWND control) {
         const auto tool =
             std::ranges::find_if(tools_, [&](const Tool& known) { return known.Covers(control); });
-        if (tool == tools_.end() || !active_ || !(tool->flags & TTF_SUBCLASS))
+        if (tool == tools_.end() || !(tool->flags & TTF_SUBCLASS))
             return std::nullopt;
         // A disabled control gets no mouse messages, so its tooltip never wakes.
         if (const WindowRef ref = FindWindowRef(control); !ref || !ref->Enabled())
@@ -90,9 +74,6 @@ class Tooltip final : public Control {
         LPARAM data = 0;
         std::optional<WideString> text;  // none when the owner is to be asked
 
-        [[nodiscard]] bool IsNamedBy(const TTTOOLINFOW& info) const {
-            return info.hwnd == owner && info.uId == id;
-        }
         [[nodiscard]] bool Covers(HWND control) const {
             return (flags & TTF_IDISHWND) ? reinterpret_cast<HWND>(id) == control : owner == control;
         }
@@ -144,11 +125,6 @@ class Tooltip final : public Control {
     void SetDelay(WPARAM which, int milliseconds) {
         const int time = milliseconds < 0 ? kDoubleClickTime : milliseconds;
         switch (which) {
-            case TTDT_AUTOMATIC:
-                tip_.initial_delay = time;
-                tip_.reshow_delay = time / 5;
-                tip_.visible_time = time * 10;
-                break;
             case TTDT_INITIAL:
                 tip_.initial_delay = time;
                 break;
@@ -165,7 +141,6 @@ class Tooltip final : public Control {
 
     std::vector<Tool> tools_;
     ShownTip tip_ = DefaultTip();
-    bool active_ = true;
 };
 
 }  // namespace
@@ -174,7 +149,7 @@ std::unique_ptr<Control> MakeTooltip(Window& window) {
     return std::make_unique<Tooltip>(window);
 }
 
-std::optional<ShownTip> AskForTip(HWND control) {
+std::optional<ShownTip> Desktop::HoverTip(HWND control) {
     for (const HWND window : TopLevelWindows())
         if (const WindowRef ref = FindWindowRef(window))
             if (auto* const tooltip = dynamic_cast<Tooltip*>(ref->control.get()))

@@ -6,7 +6,6 @@
 #include "platform/desktop/drawing.h"
 
 #include <algorithm>
-#include <deque>
 #include <map>
 #include <set>
 #include <unordered_map>
@@ -20,7 +19,6 @@ struct WindowTable {
     std::unordered_map<std::uintptr_t, WindowRef> windows;  // by handle, which nearly every call looks up
     std::vector<HWND> top_level;                            // the one in front last
     std::map<DWORD, HWND> focus;                            // by thread
-    std::map<DWORD, std::deque<MSG>> posted;                // by thread
     std::uintptr_t next_handle = 0x10010;
 };
 
@@ -160,7 +158,6 @@ void Destroy(HWND handle, Call& call) {
     std::erase(table.top_level, handle);
     if (table.focus[window->thread] == handle)
         table.focus[window->thread] = nullptr;
-    std::erase_if(table.posted[window->thread], [&](const MSG& message) { return message.hwnd == handle; });
     table.windows.erase(reinterpret_cast<std::uintptr_t>(handle));
     if (window->in_ledger)
         call.Closed("window", handle);
@@ -211,43 +208,12 @@ LRESULT DefaultProcedure(HWND window, UINT message, WPARAM wparam, LPARAM lparam
         case WM_PAINT:
             ref->dirty = false;
             return 0;
-        case WM_CLOSE: {
-            Call call = Call::Infallible("DestroyWindow", window);
-            Destroy(window, call);
-            return 0;
-        }
         case WM_HELP:
             // Help is asked of the control first and travels up to whoever knows an answer.
             return ref->parent ? Send(ref->parent, message, wparam, lparam) : TRUE;
-        case WM_KEYDOWN:
-            if (wparam == VK_F1)
-                Desktop::The().PressHelp(window);
-            return 0;
         default:
             return 0;
     }
-}
-
-void Post(HWND window, UINT message, WPARAM wparam, LPARAM lparam) {
-    const WindowRef ref = FindWindowRef(window);
-    const auto lock = LockTable();
-    MSG posted{};
-    posted.hwnd = window;
-    posted.message = message;
-    posted.wParam = wparam;
-    posted.lParam = lparam;
-    Table().posted[ref ? ref->thread : CurrentThreadNumber()].push_back(posted);
-}
-
-bool TakePosted(MSG& message, bool remove) {
-    const auto lock = LockTable();
-    std::deque<MSG>& queue = Table().posted[CurrentThreadNumber()];
-    if (queue.empty())
-        return false;
-    message = queue.front();
-    if (remove)
-        queue.pop_front();
-    return true;
 }
 
 void Show(HWND window, bool show) {

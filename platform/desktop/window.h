@@ -60,7 +60,6 @@ struct Window {
     RECT rect{};   // in pixels, in the parent's client area or on the screen
     RECT units{};  // in dialog units, when made from a template
     WNDPROC procedure = nullptr;
-    LONG_PTR user_data = 0;
     HFONT font = nullptr;  // null for the dialog font
     std::unique_ptr<Control> control;
     std::vector<HWND> children;  // in tab order
@@ -78,7 +77,6 @@ struct Window {
     LONG_PTR message_result = 0;
     LONG_PTR dialog_data = 0;
     bool is_dialog = false;
-    int default_button = IDOK;
 
     [[nodiscard]] bool Visible() const { return (style & WS_VISIBLE) != 0; }
     [[nodiscard]] bool Enabled() const { return (style & WS_DISABLED) == 0; }
@@ -121,11 +119,6 @@ LRESULT DefaultProcedure(HWND window, UINT message, WPARAM wparam, LPARAM lparam
 LRESULT DialogProcedure(HWND window, UINT message, WPARAM wparam, LPARAM lparam);
 // The procedure of all built-in classes.
 LRESULT ControlProcedure(HWND window, UINT message, WPARAM wparam, LPARAM lparam);
-
-// --- the queue of posted messages of the current thread ---
-void Post(HWND window, UINT message, WPARAM wparam, LPARAM lparam);
-// The oldest posted message; false when there is none.
-[[nodiscard]] bool TakePosted(MSG& message, bool remove);
 
 // --- state ---
 void Show(HWND window, bool show);

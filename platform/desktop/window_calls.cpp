@@ -24,25 +24,6 @@ RECT ClientRectOf(const Window& window) {
     return {0, 0, window.rect.right - window.rect.left, window.rect.bottom - window.rect.top};
 }
 
-// Calls `visit` for each window until it answers FALSE; windows that were destroyed meanwhile are left out.
-BOOL Enumerate(Call& call, const std::vector<HWND>& windows, WNDENUMPROC visit, LPARAM parameter) {
-    call.Unlock();
-    BOOL go_on = TRUE;
-    for (const HWND window : windows)
-        if (go_on && FindWindowRef(window))
-            go_on = visit(window, parameter);
-    call.Relock();
-    return call.Return(go_on);
-}
-
-void CollectDescendants(HWND window, std::vector<HWND>& found) {
-    if (const WindowRef ref = FindWindowRef(window))
-        for (const HWND child : ref->children) {
-            found.push_back(child);
-            CollectDescendants(child, found);
-        }
-}
-
 }  // namespace
 
 HWND CreateWindowExW(DWORD ex_style, LPCWSTR class_name, LPCWSTR text, DWORD style, int x, int y, int width,
@@ -76,11 +57,6 @@ BOOL DestroyWindow(HWND window) {
     }
     Destroy(window, call);
     return call.Faulted() ? call.Fail(call.FaultError(ERROR_ACCESS_DENIED)) : call.Return(TRUE);
-}
-
-BOOL IsWindow(HWND window) {
-    Call call = Call::Infallible("IsWindow", window);
-    return call.Return(FindWindowRef(window) ? TRUE : FALSE);
 }
 
 BOOL ShowWindow(HWND window, int command) {
@@ -152,19 +128,13 @@ HWND GetWindow(HWND window, UINT relation) {
     const WindowRef ref = FindWindowRef(window);
     if (!ref)
         return call.Fail(ERROR_INVALID_WINDOW_HANDLE, HWND{});
-    if (relation == GW_OWNER)
-        return call.Return(ref->owner);
     if (relation == GW_CHILD)
         return call.Return(ref->children.empty() ? HWND{} : ref->children.front());
     const WindowRef parent = FindWindowRef(ref->parent);
     const std::vector<HWND> siblings = parent ? parent->children : TopLevelWindows();
     const auto at = std::ranges::find(siblings, window);
-    if (relation == GW_HWNDFIRST)
-        return call.Return(siblings.front());
     if (relation == GW_HWNDNEXT)
         return call.Return(std::next(at) == siblings.end() ? HWND{} : *std::next(at));
-    if (relation == GW_HWNDPREV)
-        return call.Return(at == siblings.begin() ? HWND{} : *std::prev(at));
     return call.Fail(ERROR_INVALID_PARAMETER, HWND{});
 }
 
@@ -212,19 +182,13 @@ int GetClassNameW(HWND window, LPWSTR buffer, int room) {
 
 namespace {
 
-// Where a number of a window is kept; null for what is no index of this window. Reads and writes of styles
-// and ids, which are narrower, go by the calls themselves.
+// Where a dialog keeps a number; null for what is no index of this window.
 LONG_PTR* SlotOf(Window& window, int index) {
-    switch (index) {
-        case GWLP_USERDATA:
-            return &window.user_data;
-        case DWLP_MSGRESULT:
-            return window.is_dialog ? &window.message_result : nullptr;
-        case static_cast<int>(DWLP_USER):
-            return window.is_dialog ? &window.dialog_data : nullptr;
-        default:
-            return nullptr;
-    }
+    if (!window.is_dialog)
+        return nullptr;
+    return index == DWLP_MSGRESULT                ? &window.message_result
+           : index == static_cast<int>(DWLP_USER) ? &window.dialog_data
+                                                  : nullptr;
 }
 
 }  // namespace
@@ -234,29 +198,10 @@ LONG_PTR GetWindowLongPtrW(HWND window, int index) {
     const WindowRef ref = FindWindowRef(window);
     if (!ref)
         return call.Fail(ERROR_INVALID_WINDOW_HANDLE, LONG_PTR{0});
-    switch (index) {
-        case GWL_STYLE:
-            return call.Return(LONG_PTR{static_cast<LONG>(ref->style)});
-        case GWL_EXSTYLE:
-            return call.Return(LONG_PTR{static_cast<LONG>(ref->ex_style)});
-        case GWLP_ID:
-            return call.Return(LONG_PTR{ref->id});
-        case GWLP_HINSTANCE:
-            return call.Return(reinterpret_cast<LONG_PTR>(ref->instance));
-        case GWLP_HWNDPARENT:
-            return call.Return(reinterpret_cast<LONG_PTR>(ref->IsChild() ? ref->parent : ref->owner));
-        case GWLP_WNDPROC:
-            return call.Return(reinterpret_cast<LONG_PTR>(ref->procedure));
-        case static_cast<int>(DWLP_DLGPROC):
-            if (ref->is_dialog)
-                return call.Return(reinterpret_cast<LONG_PTR>(ref->dialog_procedure));
-            break;
-        default:
-            if (const LONG_PTR* const slot = SlotOf(*ref, index))
-                return call.Return(*slot);
-            break;
-    }
-    return call.Fail(ERROR_INVALID_INDEX, LONG_PTR{0});
+    if (index == GWL_STYLE)
+        return call.Return(LONG_PTR{static_cast<LONG>(ref->style)});
+    const LONG_PTR* const slot = SlotOf(*ref, index);
+    return slot ? call.Return(*slot) : call.Fail(ERROR_INVALID_INDEX, LONG_PTR{0});
 }
 
 LONG_PTR SetWindowLongPtrW(HWND window, int index, LONG_PTR value) {
@@ -264,29 +209,10 @@ LONG_PTR SetWindowLongPtrW(HWND window, int index, LONG_PTR value) {
     const WindowRef ref = FindWindowRef(window);
     if (!ref)
         return call.Fail(ERROR_INVALID_WINDOW_HANDLE, LONG_PTR{0});
-    switch (index) {
-        case GWL_STYLE:
-            return call.Return(
-                LONG_PTR{static_cast<LONG>(std::exchange(ref->style, static_cast<DWORD>(value)))});
-        case GWL_EXSTYLE:
-            return call.Return(
-                LONG_PTR{static_cast<LONG>(std::exchange(ref->ex_style, static_cast<DWORD>(value)))});
-        case GWLP_ID:
-            return call.Return(LONG_PTR{std::exchange(ref->id, static_cast<int>(value))});
-        case GWLP_WNDPROC:
-            return call.Return(
-                reinterpret_cast<LONG_PTR>(std::exchange(ref->procedure, reinterpret_cast<WNDPROC>(value))));
-        case static_cast<int>(DWLP_DLGPROC):
-            if (ref->is_dialog)
-                return call.Return(reinterpret_cast<LONG_PTR>(
-                    std::exchange(ref->dialog_procedure, reinterpret_cast<DLGPROC>(value))));
-            break;
-        default:
-            if (LONG_PTR* const slot = SlotOf(*ref, index))
-                return call.Return(std::exchange(*slot, value));
-            break;
-    }
-    return call.Fail(ERROR_INVALID_INDEX, LONG_PTR{0});
+    if (index == GWL_STYLE)
+        return call.Return(LONG_PTR{static_cast<LONG>(std::exchange(ref->style, static_cast<DWORD>(value)))});
+    LONG_PTR* const slot = SlotOf(*ref, index);
+    return slot ? call.Return(std::exchange(*slot, value)) : call.Fail(ERROR_INVALID_INDEX, LONG_PTR{0});
 }
 
 BOOL GetClientRect(HWND window, LPRECT rect) {
@@ -337,15 +263,13 @@ BOOL EnumThreadWindows(DWORD thread, WNDENUMPROC visit, LPARAM parameter) {
     Call call = Call::Infallible("EnumThreadWindows", thread);
     std::vector<HWND> windows = TopLevelWindows();
     std::erase_if(windows, [&](HWND window) { return FindWindowRef(window)->thread != thread; });
-    return Enumerate(call, windows, visit, parameter);
-}
-
-BOOL EnumChildWindows(HWND parent, WNDENUMPROC visit, LPARAM parameter) {
-    Call call = Call::Infallible("EnumChildWindows", parent);
-    std::vector<HWND> windows;
-    CollectDescendants(parent, windows);
-    Enumerate(call, windows, visit, parameter);
-    return call.Return(TRUE);
+    call.Unlock();
+    BOOL go_on = TRUE;
+    for (const HWND window : windows)
+        if (go_on && FindWindowRef(window))  // some may be gone meanwhile
+            go_on = visit(window, parameter);
+    call.Relock();
+    return call.Return(go_on);
 }
 
 LRESULT SendMessageW(HWND window, UINT message, WPARAM wparam, LPARAM lparam) {
@@ -354,21 +278,6 @@ LRESULT SendMessageW(HWND window, UINT message, WPARAM wparam, LPARAM lparam) {
     if (!FindWindowRef(window))
         return call.Fail(ERROR_INVALID_WINDOW_HANDLE, LRESULT{0});
     return call.Return(SendFrom(call, window, message, wparam, lparam));
-}
-
-BOOL PostMessageW(HWND window, UINT message, WPARAM wparam, LPARAM lparam) {
-    Call call("PostMessageW", window, MessageName(window, message).c_str(), wparam, lparam);
-    if (call.Faulted())
-        return call.Fail(call.FaultError(ERROR_NOT_ENOUGH_MEMORY));
-    if (window && !FindWindowRef(window))
-        return call.Fail(ERROR_INVALID_WINDOW_HANDLE);
-    Post(window, message, wparam, lparam);
-    return call.Return(TRUE);
-}
-
-LRESULT DefWindowProcW(HWND window, UINT message, WPARAM wparam, LPARAM lparam) {
-    // Part of handling one message: not a call that a trace should show.
-    return DefaultProcedure(window, message, wparam, lparam);
 }
 
 HWND GetDlgItem(HWND dialog, int id) {

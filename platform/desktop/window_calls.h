@@ -8,7 +8,6 @@ namespace qxsim {
 
 QX_PLATFORM_CALL(CreateWindowExW);
 QX_PLATFORM_CALL(DestroyWindow);
-QX_PLATFORM_CALL(IsWindow);
 QX_PLATFORM_CALL(ShowWindow);
 QX_PLATFORM_CALL(EnableWindow);
 QX_PLATFORM_CALL(IsWindowEnabled);
@@ -29,11 +28,8 @@ QX_PLATFORM_CALL(GetWindowRect);
 QX_PLATFORM_CALL(SetWindowPos);
 QX_PLATFORM_CALL(InvalidateRect);
 QX_PLATFORM_CALL(EnumThreadWindows);
-QX_PLATFORM_CALL(EnumChildWindows);
 
 QX_PLATFORM_CALL(SendMessageW);
-QX_PLATFORM_CALL(PostMessageW);
-QX_PLATFORM_CALL(DefWindowProcW);
 
 QX_PLATFORM_CALL(GetDlgItem);
 QX_PLATFORM_CALL(GetDlgCtrlID);

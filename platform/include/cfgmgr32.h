@@ -5,11 +5,8 @@
 
 typedef DWORD CONFIGRET;
 typedef DWORD DEVINST;
-typedef DWORD DEVNODE;
 typedef DEVINST* PDEVINST;
-typedef DEVNODE* PDEVNODE;
 typedef WCHAR* DEVINSTID_W;
-typedef WCHAR* DEVNODEID_W;
 
 #define MAX_DEVICE_ID_LEN 200
 

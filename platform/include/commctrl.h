@@ -32,19 +32,8 @@ typedef struct tagINITCOMMONCONTROLSEX {
 #define TBM_SETRANGE (WM_USER + 6)
 #define TBM_SETRANGEMIN (WM_USER + 7)
 #define TBM_SETRANGEMAX (WM_USER + 8)
-#define TBM_SETTICFREQ (WM_USER + 20)
-#define TBM_SETPAGESIZE (WM_USER + 21)
-#define TBM_GETPAGESIZE (WM_USER + 22)
-#define TBM_SETLINESIZE (WM_USER + 23)
-#define TBM_GETLINESIZE (WM_USER + 24)
-#define TB_LINEUP 0
-#define TB_LINEDOWN 1
-#define TB_PAGEUP 2
-#define TB_PAGEDOWN 3
 #define TB_THUMBPOSITION 4
 #define TB_THUMBTRACK 5
-#define TB_TOP 6
-#define TB_BOTTOM 7
 #define TB_ENDTRACK 8
 
 // --- tooltips ---
@@ -54,21 +43,15 @@ typedef struct tagINITCOMMONCONTROLSEX {
 #define TTS_CLOSE 0x80
 #define TTF_IDISHWND 0x0001
 #define TTF_SUBCLASS 0x0010
-#define TTDT_AUTOMATIC 0
 #define TTDT_RESHOW 1
 #define TTDT_AUTOPOP 2
 #define TTDT_INITIAL 3
 #define TTI_INFO 1
 #define TTI_ERROR 3
-#define TTM_ACTIVATE (WM_USER + 1)
 #define TTM_SETDELAYTIME (WM_USER + 3)
-#define TTM_GETTOOLCOUNT (WM_USER + 13)
-#define TTM_GETDELAYTIME (WM_USER + 21)
 #define TTM_SETMAXTIPWIDTH (WM_USER + 24)
-#define TTM_GETMAXTIPWIDTH (WM_USER + 25)
 #define TTM_SETTITLEW (WM_USER + 33)
 #define TTM_ADDTOOLW (WM_USER + 50)
-#define TTM_DELTOOLW (WM_USER + 51)
 #define LPSTR_TEXTCALLBACKW ((LPWSTR)(INT_PTR)-1)
 #define TTN_FIRST (0U - 520U)
 #define TTN_GETDISPINFOW (TTN_FIRST - 10)
@@ -92,9 +75,6 @@ typedef struct tagTOOLINFOW {
     LPARAM lParam;
     void* lpReserved;
 } TTTOOLINFOW, *LPTTTOOLINFOW;
-typedef TTTOOLINFOW TOOLINFOW;
-typedef TTTOOLINFOW* LPTOOLINFOW;
-typedef TTTOOLINFOW* PTOOLINFOW;
 #define TTTOOLINFOW_V1_SIZE (offsetof(TTTOOLINFOW, lpszText) + sizeof(LPWSTR))
 #define TTTOOLINFOW_V2_SIZE (offsetof(TTTOOLINFOW, lParam) + sizeof(LPARAM))
 
@@ -106,8 +86,6 @@ typedef struct tagNMTTDISPINFOW {
     UINT uFlags;
     LPARAM lParam;
 } NMTTDISPINFOW, *LPNMTTDISPINFOW;
-typedef NMTTDISPINFOW TOOLTIPTEXTW;
-typedef NMTTDISPINFOW* LPTOOLTIPTEXTW;
 
 typedef struct tagTCITEMW {
     UINT mask;

@@ -13,12 +13,8 @@ struct GUID {
     unsigned short Data3;
     unsigned char Data4[8];
 };
-typedef GUID* LPGUID;
-typedef const GUID* LPCGUID;
 typedef GUID IID;
-typedef IID* LPIID;
 typedef GUID CLSID;
-typedef CLSID* LPCLSID;
 typedef const GUID& REFGUID;
 typedef const IID& REFIID;
 typedef const CLSID& REFCLSID;

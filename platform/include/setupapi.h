@@ -4,7 +4,6 @@
 #include <prsht.h>
 
 typedef PVOID HDEVINFO;
-typedef PVOID HINF;
 typedef PVOID HSPFILEQ;
 typedef UINT DI_FUNCTION;
 
@@ -16,7 +15,6 @@ typedef UINT DI_FUNCTION;
 #define DIF_INSTALLDEVICEFILES 0x00000015
 #define DIF_SELECTBESTCOMPATDRV 0x00000017
 #define DIF_ALLOW_INSTALL 0x00000018
-#define DIF_REGISTERDEVICE 0x00000019
 #define DIF_NEWDEVICEWIZARD_FINISHINSTALL 0x0000001E
 #define DIF_INSTALLINTERFACES 0x00000020
 #define DIF_REGISTER_COINSTALLERS 0x00000022
@@ -30,13 +28,10 @@ typedef UINT DI_FUNCTION;
 #define DICS_ENABLE 0x00000001
 #define DICS_DISABLE 0x00000002
 #define DICS_PROPCHANGE 0x00000003
-#define DICS_START 0x00000004
-#define DICS_STOP 0x00000005
 #define DICS_FLAG_GLOBAL 0x00000001
 #define DICS_FLAG_CONFIGSPECIFIC 0x00000002
 #define DIREG_DEV 0x00000001
 #define DIREG_DRV 0x00000002
-#define DICD_GENERATE_ID 0x00000001
 
 #define DIGCF_PRESENT 0x00000002
 #define DIGCF_ALLCLASSES 0x00000004
@@ -142,9 +137,6 @@ BOOL WINAPI SetupDiDestroyDeviceInfoList(HDEVINFO DeviceInfoSet);
 BOOL WINAPI SetupDiEnumDeviceInfo(HDEVINFO DeviceInfoSet, DWORD MemberIndex, PSP_DEVINFO_DATA DeviceInfoData);
 BOOL WINAPI SetupDiOpenDeviceInfoW(HDEVINFO DeviceInfoSet, PCWSTR DeviceInstanceId, HWND hwndParent,
                                    DWORD OpenFlags, PSP_DEVINFO_DATA DeviceInfoData);
-BOOL WINAPI SetupDiGetDeviceInstanceIdW(HDEVINFO DeviceInfoSet, PSP_DEVINFO_DATA DeviceInfoData,
-                                        PWSTR DeviceInstanceId, DWORD DeviceInstanceIdSize,
-                                        PDWORD RequiredSize);
 BOOL WINAPI SetupDiEnumDeviceInterfaces(HDEVINFO DeviceInfoSet, PSP_DEVINFO_DATA DeviceInfoData,
                                         const GUID* InterfaceClassGuid, DWORD MemberIndex,
                                         PSP_DEVICE_INTERFACE_DATA DeviceInterfaceData);

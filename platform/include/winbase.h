@@ -8,7 +8,6 @@
 
 #define FILE_SHARE_READ 0x00000001
 #define FILE_SHARE_WRITE 0x00000002
-#define CREATE_ALWAYS 2
 #define OPEN_EXISTING 3
 #define FILE_FLAG_OVERLAPPED 0x40000000
 
@@ -154,7 +153,6 @@ BOOL WINAPI CreateProcessW(LPCWSTR lpApplicationName, LPWSTR lpCommandLine,
                            LPSECURITY_ATTRIBUTES lpThreadAttributes, BOOL bInheritHandles,
                            DWORD dwCreationFlags, LPVOID lpEnvironment, LPCWSTR lpCurrentDirectory,
                            LPSTARTUPINFOW lpStartupInfo, LPPROCESS_INFORMATION lpProcessInformation);
-DWORD WINAPI GetCurrentProcessId();
 DWORD WINAPI GetCurrentThreadId();
 VOID WINAPI Sleep(DWORD dwMilliseconds);
 BOOL WINAPI GetVersionExW(LPOSVERSIONINFOW lpVersionInformation);

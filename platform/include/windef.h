@@ -11,9 +11,7 @@
 #define CALLBACK
 #define APIENTRY
 #define STDMETHODCALLTYPE
-#define STDAPICALLTYPE
 #define CONST const
-#define IN
 
 #define TRUE 1
 #define FALSE 0
@@ -28,42 +26,24 @@ typedef void* LPVOID;
 typedef const void* LPCVOID;
 typedef char CHAR;
 typedef CHAR* LPSTR;
-typedef CHAR* PSTR;
 typedef const CHAR* LPCSTR;
-typedef const CHAR* PCSTR;
 typedef char16_t WCHAR;
-typedef WCHAR TCHAR;
 typedef WCHAR OLECHAR;
 typedef WCHAR* LPWSTR;
-typedef WCHAR* PWSTR;
 typedef WCHAR* PWCHAR;
-typedef WCHAR* LPTSTR;
 typedef WCHAR* LPOLESTR;
 typedef WCHAR* BSTR;
 typedef const WCHAR* LPCWSTR;
 typedef const WCHAR* PCWSTR;
-typedef const WCHAR* LPCTSTR;
-typedef const WCHAR* LPCOLESTR;
-typedef WCHAR* PZZWSTR;
 typedef unsigned char BYTE;
 typedef BYTE* PBYTE;
 typedef BYTE* LPBYTE;
-typedef unsigned char UCHAR;
-typedef UCHAR* PUCHAR;
-typedef BYTE BOOLEAN;
-typedef std::int16_t SHORT;
 typedef std::uint16_t USHORT;
 typedef std::uint16_t WORD;
-typedef WORD* PWORD;
-typedef WORD* LPWORD;
-typedef WORD ATOM;
 typedef WORD LANGID;
 typedef std::int32_t INT;
 typedef std::int32_t LONG;
-typedef LONG* PLONG;
-typedef LONG* LPLONG;
 typedef std::uint32_t UINT;
-typedef UINT* PUINT;
 typedef std::uint32_t ULONG;
 typedef ULONG* PULONG;
 typedef std::uint32_t DWORD;
@@ -72,22 +52,15 @@ typedef DWORD* LPDWORD;
 typedef DWORD LCID;
 typedef DWORD COLORREF;
 typedef DWORD REGSAM;
-typedef DWORD ACCESS_MASK;
-typedef REGSAM* PREGSAM;
 typedef int BOOL;
 typedef BOOL* PBOOL;
 typedef BOOL* LPBOOL;
-typedef float FLOAT;
 typedef std::int64_t LONGLONG;
-typedef std::uint64_t ULONGLONG;
-typedef std::uint64_t DWORDLONG;
 typedef std::int64_t INT_PTR;
 typedef std::uint64_t UINT_PTR;
 typedef std::int64_t LONG_PTR;
 typedef std::uint64_t ULONG_PTR;
-typedef ULONG_PTR* PULONG_PTR;
 typedef ULONG_PTR DWORD_PTR;
-typedef DWORD_PTR* PDWORD_PTR;
 typedef ULONG_PTR SIZE_T;
 typedef std::int32_t HRESULT;
 typedef LONG LSTATUS;
@@ -118,9 +91,6 @@ typedef struct _FILETIME {
     typedef struct name##__* name
 
 typedef void* HANDLE;
-typedef HANDLE* PHANDLE;
-typedef HANDLE* LPHANDLE;
-typedef HANDLE HGLOBAL;
 typedef HANDLE HLOCAL;
 typedef void* HGDIOBJ;
 DECLARE_HANDLE(HWND);
@@ -160,20 +130,14 @@ typedef struct tagRECT {
     LONG right;
     LONG bottom;
 } RECT, *PRECT, *LPRECT;
-typedef const RECT* LPCRECT;
 
 #define MAKELONG(low, high) \
     ((LONG)(((WORD)((DWORD_PTR)(low)&0xffff)) | ((DWORD)((WORD)((DWORD_PTR)(high)&0xffff))) << 16))
 #define LOWORD(value) ((WORD)((DWORD_PTR)(value)&0xffff))
 #define HIWORD(value) ((WORD)(((DWORD_PTR)(value) >> 16) & 0xffff))
-#define LOBYTE(value) ((BYTE)((DWORD_PTR)(value)&0xff))
 #define MAKEWPARAM(low, high) ((WPARAM)(DWORD)MAKELONG(low, high))
 #define MAKELPARAM(low, high) ((LPARAM)(DWORD)MAKELONG(low, high))
-#define MAKELRESULT(low, high) ((LRESULT)(DWORD)MAKELONG(low, high))
 #define RGB(r, g, b) ((COLORREF)(((BYTE)(r) | ((WORD)((BYTE)(g)) << 8)) | (((DWORD)(BYTE)(b)) << 16)))
-#define GetRValue(rgb) (LOBYTE(rgb))
-#define GetGValue(rgb) (LOBYTE(((WORD)(rgb)) >> 8))
-#define GetBValue(rgb) (LOBYTE((rgb) >> 16))
 
 #define MAKELANGID(primary, sub) ((((WORD)(sub)) << 10) | (WORD)(primary))
 #define MAKELCID(language, sort) ((DWORD)((((DWORD)((WORD)(sort))) << 16) | ((DWORD)((WORD)(language)))))

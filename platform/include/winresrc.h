@@ -19,7 +19,6 @@
 #define DS_SETFONT 0x40L
 #define DS_MODALFRAME 0x80L
 #define DS_FIXEDSYS 0x0008L
-#define DS_NOFAILCREATE 0x0010L
 
 // --- buttons ---
 #define BS_PUSHBUTTON 0x00000000L
@@ -35,8 +34,6 @@
 #define BS_NOTIFY 0x00004000L
 
 // --- statics ---
-#define SS_CENTER 0x00000001L
-#define SS_RIGHT 0x00000002L
 #define SS_ICON 0x00000003L
 #define SS_OWNERDRAW 0x0000000DL
 #define SS_BITMAP 0x0000000EL
@@ -54,7 +51,6 @@
 #define CBS_DROPDOWN 0x0002L
 #define CBS_DROPDOWNLIST 0x0003L
 #define CBS_AUTOHSCROLL 0x0040L
-#define CBS_SORT 0x0100L
 
 // --- sliders ---
 #define TBS_HORZ 0x0000
@@ -63,12 +59,8 @@
 // --- ids of standard buttons ---
 #define IDOK 1
 #define IDCANCEL 2
-#define IDABORT 3
-#define IDRETRY 4
-#define IDIGNORE 5
 #define IDYES 6
 #define IDNO 7
-#define IDHELP 9
 
 // --- languages ---
 #define LANG_NEUTRAL 0x00

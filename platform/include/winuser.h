@@ -9,7 +9,6 @@ typedef INT_PTR(CALLBACK* DLGPROC)(HWND, UINT, WPARAM, LPARAM);
 typedef BOOL(CALLBACK* WNDENUMPROC)(HWND, LPARAM);
 
 // --- messages ---
-#define WM_NULL 0x0000
 #define WM_CREATE 0x0001
 #define WM_DESTROY 0x0002
 #define WM_SETFOCUS 0x0007
@@ -31,7 +30,6 @@ typedef BOOL(CALLBACK* WNDENUMPROC)(HWND, LPARAM);
 #define WM_NCDESTROY 0x0082
 #define WM_GETDLGCODE 0x0087
 #define WM_KEYDOWN 0x0100
-#define WM_KEYUP 0x0101
 #define WM_CHAR 0x0102
 #define WM_INITDIALOG 0x0110
 #define WM_COMMAND 0x0111
@@ -55,14 +53,7 @@ typedef BOOL(CALLBACK* WNDENUMPROC)(HWND, LPARAM);
 #define DWLP_DLGPROC (DWLP_MSGRESULT + 8)
 #define DWLP_USER (DWLP_DLGPROC + 8)
 #define GWL_STYLE (-16)
-#define GWL_EXSTYLE (-20)
-#define GWLP_WNDPROC (-4)
-#define GWLP_HINSTANCE (-6)
-#define GWLP_HWNDPARENT (-8)
-#define GWLP_ID (-12)
-#define GWLP_USERDATA (-21)
 #define CW_USEDEFAULT ((int)0x80000000)
-#define HWND_MESSAGE ((HWND)(LONG_PTR)-3)
 #define SW_HIDE 0
 #define SW_SHOWNORMAL 1
 #define SW_SHOW 5
@@ -70,18 +61,13 @@ typedef BOOL(CALLBACK* WNDENUMPROC)(HWND, LPARAM);
 #define SWP_NOMOVE 0x0002
 #define SWP_NOZORDER 0x0004
 #define SWP_NOACTIVATE 0x0010
-#define GW_HWNDFIRST 0
 #define GW_HWNDNEXT 2
-#define GW_HWNDPREV 3
-#define GW_OWNER 4
 #define GW_CHILD 5
-#define DM_GETDEFID (WM_USER + 0)
 
 // --- buttons and statics ---
 #define BN_CLICKED 0
 #define BM_GETCHECK 0x00F0
 #define BM_SETCHECK 0x00F1
-#define BM_GETSTATE 0x00F2
 #define BM_CLICK 0x00F5
 #define BST_UNCHECKED 0x0000
 #define BST_CHECKED 0x0001
@@ -96,12 +82,7 @@ typedef BOOL(CALLBACK* WNDENUMPROC)(HWND, LPARAM);
 #define EN_KILLFOCUS 0x0200
 #define EN_CHANGE 0x0300
 #define EN_UPDATE 0x0400
-#define EM_GETSEL 0x00B0
 #define EM_SETSEL 0x00B1
-#define EM_LIMITTEXT 0x00C5
-#define EM_GETLIMITTEXT 0x00D5
-#define EM_REPLACESEL 0x00C2
-#define EM_SETREADONLY 0x00CF
 
 // --- choice boxes ---
 #define CB_OKAY 0
@@ -111,61 +92,36 @@ typedef BOOL(CALLBACK* WNDENUMPROC)(HWND, LPARAM);
 #define CBN_KILLFOCUS 4
 #define CBN_EDITCHANGE 5
 #define CBN_EDITUPDATE 6
-#define CBN_DROPDOWN 7
-#define CBN_CLOSEUP 8
 #define CBN_SELENDOK 9
-#define CB_LIMITTEXT 0x0141
 #define CB_ADDSTRING 0x0143
-#define CB_DELETESTRING 0x0144
 #define CB_GETCOUNT 0x0146
 #define CB_GETCURSEL 0x0147
 #define CB_GETLBTEXT 0x0148
 #define CB_GETLBTEXTLEN 0x0149
-#define CB_INSERTSTRING 0x014A
 #define CB_RESETCONTENT 0x014B
-#define CB_FINDSTRING 0x014C
-#define CB_SELECTSTRING 0x014D
 #define CB_SETCURSEL 0x014E
-#define CB_SHOWDROPDOWN 0x014F
 #define CB_GETITEMDATA 0x0150
 #define CB_SETITEMDATA 0x0151
-#define CB_GETDROPPEDSTATE 0x0157
 #define CB_FINDSTRINGEXACT 0x0158
 #define CB_GETCOMBOBOXINFO 0x0164
 
 // --- message boxes, icons, cursors, sounds ---
 #define MB_OK 0x00000000
-#define MB_OKCANCEL 0x00000001
-#define MB_ABORTRETRYIGNORE 0x00000002
-#define MB_YESNOCANCEL 0x00000003
 #define MB_YESNO 0x00000004
-#define MB_RETRYCANCEL 0x00000005
 #define MB_ICONHAND 0x00000010
 #define MB_ICONASTERISK 0x00000040
 #define MB_ICONERROR MB_ICONHAND
 #define MB_ICONINFORMATION MB_ICONASTERISK
 #define MB_TYPEMASK 0x0000000F
 #define MB_ICONMASK 0x000000F0
-#define MB_DEFMASK 0x00000F00
-#define MB_DEFBUTTON2 0x00000100
 #define IDC_HAND MAKEINTRESOURCE(32649)
 
 // --- text, help, tracking ---
 #define HELPINFO_WINDOW 0x0001
 #define VK_TAB 0x09
 #define VK_RETURN 0x0D
-#define VK_ESCAPE 0x1B
 #define VK_SPACE 0x20
 #define KF_REPEAT 0x4000
-#define VK_PRIOR 0x21
-#define VK_NEXT 0x22
-#define VK_END 0x23
-#define VK_HOME 0x24
-#define VK_LEFT 0x25
-#define VK_UP 0x26
-#define VK_RIGHT 0x27
-#define VK_DOWN 0x28
-#define VK_F1 0x70
 
 typedef struct tagMSG {
     HWND hwnd;
@@ -227,8 +183,6 @@ typedef struct {
     short cy;
 } DLGTEMPLATE;
 #pragma pack(pop)
-typedef DLGTEMPLATE* LPDLGTEMPLATEW;
-typedef const DLGTEMPLATE* LPCDLGTEMPLATEW;
 
 extern "C" {
 // Windows.
@@ -236,7 +190,6 @@ HWND WINAPI CreateWindowExW(DWORD dwExStyle, LPCWSTR lpClassName, LPCWSTR lpWind
                             int Y, int nWidth, int nHeight, HWND hWndParent, HMENU hMenu, HINSTANCE hInstance,
                             LPVOID lpParam);
 BOOL WINAPI DestroyWindow(HWND hWnd);
-BOOL WINAPI IsWindow(HWND hWnd);
 BOOL WINAPI ShowWindow(HWND hWnd, int nCmdShow);
 BOOL WINAPI EnableWindow(HWND hWnd, BOOL bEnable);
 BOOL WINAPI IsWindowEnabled(HWND hWnd);
@@ -257,12 +210,9 @@ BOOL WINAPI GetWindowRect(HWND hWnd, LPRECT lpRect);
 BOOL WINAPI SetWindowPos(HWND hWnd, HWND hWndInsertAfter, int X, int Y, int cx, int cy, UINT uFlags);
 BOOL WINAPI InvalidateRect(HWND hWnd, const RECT* lpRect, BOOL bErase);
 BOOL WINAPI EnumThreadWindows(DWORD dwThreadId, WNDENUMPROC lpfn, LPARAM lParam);
-BOOL WINAPI EnumChildWindows(HWND hWndParent, WNDENUMPROC lpEnumFunc, LPARAM lParam);
 
 // Messages.
 LRESULT WINAPI SendMessageW(HWND hWnd, UINT Msg, WPARAM wParam, LPARAM lParam);
-BOOL WINAPI PostMessageW(HWND hWnd, UINT Msg, WPARAM wParam, LPARAM lParam);
-LRESULT WINAPI DefWindowProcW(HWND hWnd, UINT Msg, WPARAM wParam, LPARAM lParam);
 
 // Dialogs.
 HWND WINAPI GetDlgItem(HWND hDlg, int nIDDlgItem);

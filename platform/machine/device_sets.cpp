@@ -11,7 +11,6 @@ QX_PLATFORM_CALL(SetupDiCreateDeviceInfoList);
 QX_PLATFORM_CALL(SetupDiDestroyDeviceInfoList);
 QX_PLATFORM_CALL(SetupDiEnumDeviceInfo);
 QX_PLATFORM_CALL(SetupDiOpenDeviceInfoW);
-QX_PLATFORM_CALL(SetupDiGetDeviceInstanceIdW);
 
 namespace {
 
@@ -179,27 +178,6 @@ BOOL WINAPI SetupDiOpenDeviceInfoW(HDEVINFO handle, PCWSTR id, HWND, DWORD flags
     const std::size_t place = AddElement(*set, device->node);
     if (data != nullptr)
         FillElement(machine, *set, place, *data);
-    return call.Return(TRUE);
-}
-
-BOOL WINAPI SetupDiGetDeviceInstanceIdW(HDEVINFO handle, PSP_DEVINFO_DATA data, PWSTR buffer, DWORD size,
-                                        PDWORD required) {
-    Call call("SetupDiGetDeviceInstanceIdW", handle, size);
-    if (call.Faulted())
-        return call.Fail(call.FaultError(ERROR_INVALID_PARAMETER));
-    Machine& machine = Machine::Current();
-    DWORD error = ERROR_SUCCESS;
-    const SetElement* element = FindElement(FindSet(machine, handle), data, error);
-    if (element == nullptr)
-        return call.Fail(error);
-    if ((buffer == nullptr) != (size == 0))
-        return call.Fail(ERROR_INVALID_PARAMETER);
-    const WideString& id = machine.devices[element->node].id;
-    if (required != nullptr)
-        *required = static_cast<DWORD>(id.size() + 1);
-    if (size < id.size() + 1)
-        return call.Fail(ERROR_INSUFFICIENT_BUFFER);
-    CopyOut(buffer, id.c_str(), (id.size() + 1) * sizeof(WCHAR));
     return call.Return(TRUE);
 }
 

@@ -15,8 +15,6 @@ QX_PLATFORM_CALL(SetupDiCallClassInstaller);
 
 namespace {
 
-constexpr std::size_t kNoRoom = 0;
-
 static_assert(sizeof(SP_DEVINSTALL_PARAMS_W) == 584);
 static_assert(sizeof(SP_PROPCHANGE_PARAMS) == 20);
 
@@ -54,14 +52,10 @@ DWORD CheckPropertyChange(const SP_CLASSINSTALL_HEADER* header, DWORD size) {
         return ERROR_INVALID_PARAMETER;
     SP_PROPCHANGE_PARAMS params;
     std::memcpy(&params, header, sizeof(params));
-    if (params.StateChange < DICS_ENABLE || params.StateChange > DICS_STOP)
-        return ERROR_INVALID_PARAMETER;
-    if (params.Scope != DICS_FLAG_GLOBAL && params.Scope != DICS_FLAG_CONFIGSPECIFIC)
-        return ERROR_INVALID_PARAMETER;
-    // Starting and stopping is for the current hardware profile only.
-    if (params.StateChange >= DICS_START && params.Scope == DICS_FLAG_GLOBAL)
-        return ERROR_INVALID_PARAMETER;
-    return ERROR_SUCCESS;
+    // Starting and stopping by themselves are not part of this computer.
+    const bool known = params.StateChange >= DICS_ENABLE && params.StateChange <= DICS_PROPCHANGE &&
+                       (params.Scope == DICS_FLAG_GLOBAL || params.Scope == DICS_FLAG_CONFIGSPECIFIC);
+    return known ? ERROR_SUCCESS : ERROR_INVALID_PARAMETER;
 }
 
 void Enable(Machine& machine, Device& device) {
@@ -86,16 +80,12 @@ void ChangeProperties(Machine& machine, Device& device, const SP_PROPCHANGE_PARA
                       SP_DEVINSTALL_PARAMS_W& params) {
     switch (change.StateChange) {
         case DICS_ENABLE:
-        case DICS_START:
             Enable(machine, device);
             break;
         case DICS_DISABLE:
             device.disabled = true;
             if (TakeDown(machine, device, params))
                 device.problem = CM_PROB_DISABLED;
-            break;
-        case DICS_STOP:
-            static_cast<void>(TakeDown(machine, device, params));
             break;
         default:  // DICS_PROPCHANGE restarts a running device, so that it sees its new properties
             if (device.started && TakeDown(machine, device, params))
@@ -154,14 +144,7 @@ BOOL WINAPI SetupDiSetClassInstallParamsW(HDEVINFO handle, PSP_DEVINFO_DATA data
     Place place;
     if (const DWORD error = FindPlace(handle, data, place); error != ERROR_SUCCESS)
         return call.Fail(error);
-    if (params == nullptr) {
-        if (size != kNoRoom)
-            return call.Fail(ERROR_INVALID_PARAMETER);
-        place.class_install->clear();
-        place.Install().Flags &= ~DWORD{DI_CLASSINSTALLPARAMS};
-        return call.Return(TRUE);
-    }
-    if (size < sizeof(SP_CLASSINSTALL_HEADER))
+    if (params == nullptr || size < sizeof(SP_CLASSINSTALL_HEADER))
         return call.Fail(ERROR_INVALID_PARAMETER);
     if (params->cbSize != sizeof(SP_CLASSINSTALL_HEADER))
         return call.Fail(ERROR_INVALID_USER_BUFFER);

@@ -12,7 +12,6 @@ QX_PLATFORM_CALL(ComDBOpen);
 QX_PLATFORM_CALL(ComDBClose);
 QX_PLATFORM_CALL(ComDBGetCurrentPortUsage);
 QX_PLATFORM_CALL(ComDBClaimPort);
-QX_PLATFORM_CALL(ComDBClaimNextFreePort);
 QX_PLATFORM_CALL(ComDBReleasePort);
 
 namespace {
@@ -56,18 +55,13 @@ LONG WINAPI ComDBGetCurrentPortUsage(HCOMDB handle, PBYTE buffer, DWORD size, DW
     if (call.Faulted())
         return Result(call, call.FaultError(ERROR_NOT_CONNECTED));
     if (!IsOpen(handle) || (buffer == nullptr && reported == nullptr) ||
-        (buffer != nullptr && report != CDB_REPORT_BITS && report != CDB_REPORT_BYTES))
+        (buffer != nullptr && report != CDB_REPORT_BYTES))
         return Result(call, ERROR_INVALID_PARAMETER);
     const std::vector<bool>& claimed = Machine::Current().claimed;
     std::size_t count = claimed.size();
-    if (buffer != nullptr && report == CDB_REPORT_BYTES) {
+    if (buffer != nullptr) {
         count = std::min<std::size_t>(count, size);
         std::copy_n(claimed.begin(), count, buffer);
-    } else if (buffer != nullptr) {
-        count = std::min<std::size_t>(count, static_cast<std::size_t>(size) * 8);
-        std::fill_n(buffer, (count + 7) / 8, BYTE{0});
-        for (std::size_t at = 0; at < count; ++at)
-            buffer[at / 8] = static_cast<BYTE>(buffer[at / 8] | (claimed[at] ? 1U << at % 8 : 0U));
     }
     if (reported != nullptr)
         *reported = static_cast<DWORD>(count);
@@ -92,22 +86,6 @@ LONG WINAPI ComDBClaimPort(HCOMDB handle, DWORD number, BOOL force, PBOOL forced
     }
     call.Changing();
     claimed[number - 1] = true;
-    return Result(call, ERROR_SUCCESS);
-}
-
-LONG WINAPI ComDBClaimNextFreePort(HCOMDB handle, LPDWORD number) {
-    Call call("ComDBClaimNextFreePort", handle);
-    if (call.Faulted())
-        return Result(call, call.FaultError(ERROR_CANTWRITE));
-    if (!IsOpen(handle) || number == nullptr)
-        return Result(call, ERROR_INVALID_PARAMETER);
-    std::vector<bool>& claimed = Machine::Current().claimed;
-    const auto free = std::ranges::find(claimed, false);
-    if (free == claimed.end())
-        return Result(call, ERROR_NO_LOG_SPACE);
-    call.Changing();
-    *free = true;
-    *number = static_cast<DWORD>(free - claimed.begin() + 1);
     return Result(call, ERROR_SUCCESS);
 }
 

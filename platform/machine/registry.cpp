@@ -17,10 +17,8 @@ QX_PLATFORM_CALL(RegCreateKeyExW);
 QX_PLATFORM_CALL(RegQueryValueExW);
 QX_PLATFORM_CALL(RegSetValueExW);
 QX_PLATFORM_CALL(RegEnumValueW);
-QX_PLATFORM_CALL(RegEnumKeyExW);
 QX_PLATFORM_CALL(RegDeleteKeyW);
 QX_PLATFORM_CALL(RegDeleteKeyExW);
-QX_PLATFORM_CALL(RegDeleteValueW);
 QX_PLATFORM_CALL(RegCloseKey);
 
 namespace {
@@ -121,22 +119,18 @@ DWORD DeleteSubkey(Call& call, Machine& machine, HKEY handle, const WCHAR* name)
 
 REGSAM KeyRights(REGSAM asked) {
     REGSAM rights = asked & kAllKeyRights;
-    if ((asked & GENERIC_READ) != 0 || (asked & GENERIC_EXECUTE) != 0)
+    if ((asked & GENERIC_READ) != 0)
         rights |= KEY_READ;
     if ((asked & GENERIC_WRITE) != 0)
         rights |= KEY_WRITE;
-    if ((asked & GENERIC_ALL) != 0)
-        rights |= KEY_ALL_ACCESS;
     return rights;
 }
 
 LONG OpenKeyHandle(Call& call, Machine& machine, const std::shared_ptr<RegistryKey>& key, REGSAM asked,
                    HKEY& result) {
-    REGSAM granted = KeyRights(asked);
+    const REGSAM granted = KeyRights(asked);
     if ((granted & key->refused) != 0)
         return ERROR_ACCESS_DENIED;
-    if ((asked & MAXIMUM_ALLOWED) != 0)
-        granted |= kAllKeyRights & ~key->refused;
     const std::uint64_t number = machine.Handles().New();
     machine.Handles().keys.emplace(number, KeyHandle{key, granted});
     call.Opened(kKeyHandle, number);
@@ -266,32 +260,6 @@ LONG WINAPI RegEnumValueW(HKEY key, DWORD index, LPWSTR name, LPDWORD name_size,
     return Result(call, outcome);
 }
 
-LONG WINAPI RegEnumKeyExW(HKEY key, DWORD index, LPWSTR name, LPDWORD name_size, LPDWORD reserved,
-                          LPWSTR class_name, LPDWORD class_size, PFILETIME) {
-    Call call("RegEnumKeyExW", key, index);
-    if (call.Faulted())
-        return Result(call, call.FaultError(ERROR_ACCESS_DENIED));
-    if (name == nullptr || name_size == nullptr || reserved != nullptr ||
-        (class_name != nullptr && class_size == nullptr))
-        return Result(call, ERROR_INVALID_PARAMETER);
-    KeyHandle open;
-    if (const DWORD error = UsableKey(Machine::Current(), key, KEY_ENUMERATE_SUB_KEYS, open);
-        error != ERROR_SUCCESS)
-        return Result(call, error);
-    if (index >= open.key->subkeys.size())
-        return Result(call, ERROR_NO_MORE_ITEMS);
-    const WideString& found = std::next(open.key->subkeys.begin(), static_cast<std::ptrdiff_t>(index))->first;
-    if (*name_size < found.size() + 1)
-        return Result(call, ERROR_MORE_DATA);
-    CopyOut(name, found.c_str(), (found.size() + 1) * sizeof(WCHAR));
-    *name_size = static_cast<DWORD>(found.size());
-    if (class_name != nullptr && *class_size != 0)
-        class_name[0] = WCHAR{};
-    if (class_size != nullptr)
-        *class_size = 0;
-    return Result(call, ERROR_SUCCESS);
-}
-
 LONG WINAPI RegDeleteKeyW(HKEY key, LPCWSTR subkey) {
     Call call("RegDeleteKeyW", key, subkey);
     if (call.Faulted())
@@ -306,21 +274,6 @@ LONG WINAPI RegDeleteKeyExW(HKEY key, LPCWSTR subkey, REGSAM access, DWORD reser
     if (reserved != 0)
         return Result(call, ERROR_INVALID_PARAMETER);
     return Result(call, DeleteSubkey(call, Machine::Current(), key, subkey));
-}
-
-LONG WINAPI RegDeleteValueW(HKEY key, LPCWSTR name) {
-    Call call("RegDeleteValueW", key, name);
-    if (call.Faulted())
-        return Result(call, call.FaultError(ERROR_ACCESS_DENIED));
-    KeyHandle open;
-    if (const DWORD error = UsableKey(Machine::Current(), key, KEY_SET_VALUE, open); error != ERROR_SUCCESS)
-        return Result(call, error);
-    const RegistryValue* value = open.key->Find(View(name));
-    if (value == nullptr)
-        return Result(call, ERROR_FILE_NOT_FOUND);
-    call.Changing();
-    open.key->values.erase(open.key->values.begin() + (value - open.key->values.data()));
-    return Result(call, ERROR_SUCCESS);
 }
 
 LONG WINAPI RegCloseKey(HKEY key) {

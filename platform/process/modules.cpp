@@ -63,7 +63,6 @@ struct ModuleTable {
     std::map<std::uintptr_t, Module> modules;
     std::uintptr_t next_platform_base = 0x7FF800000000;
     std::set<std::string> missing_libraries;
-    std::set<std::pair<std::string, std::string>> missing_functions;
     std::map<std::string, std::string> paths;
 };
 
@@ -174,18 +173,6 @@ const Resource* ResourceOf(HMODULE handle, LPCWSTR name, LPCWSTR type) {
     return nullptr;
 }
 
-HMODULE Load(Call& call, LPCWSTR name) {
-    if (call.Faulted())
-        return call.Fail(call.FaultError(ERROR_MOD_NOT_FOUND), HMODULE{});
-    const auto [handle, module] = ModuleNamed(name ? name : u"");
-    if (!module)
-        return call.Fail(ERROR_MOD_NOT_FOUND, HMODULE{});
-    ++module->references;
-    call.Opened("library",
-                reinterpret_cast<std::uint64_t>(handle) + static_cast<std::uint64_t>(module->references));
-    return call.Return(handle);
-}
-
 }  // namespace
 
 HMODULE RegisterModule(const void* address, const WCHAR* file_name, ResourceBytes resources) {
@@ -237,15 +224,6 @@ void SetLibraryMissing(const std::string& library, bool missing) {
         Table().missing_libraries.erase(BareName(ToWide(library)));
 }
 
-void SetProcMissing(const std::string& library, const std::string& function, bool missing) {
-    const std::lock_guard lock(Instruments::The().Lock());
-    const std::pair key{BareName(ToWide(library)), function};
-    if (missing)
-        Table().missing_functions.insert(key);
-    else
-        Table().missing_functions.erase(key);
-}
-
 void SetLibraryPath(const std::string& path, const std::string& library) {
     const std::lock_guard lock(Instruments::The().Lock());
     Table().paths[ToUtf8(LowerCase(ToWide(path)))] = library;
@@ -254,20 +232,22 @@ void SetLibraryPath(const std::string& path, const std::string& library) {
 void ForgetModuleSettings() {
     const std::lock_guard lock(Instruments::The().Lock());
     Table().missing_libraries.clear();
-    Table().missing_functions.clear();
     Table().paths.clear();
     for (auto& [base, module] : Table().modules)
         module.references = 0;
 }
 
-HMODULE LoadLibraryW(LPCWSTR name) {
-    Call call("LoadLibraryW", name);
-    return Load(call, name);
-}
-
 HMODULE LoadLibraryExW(LPCWSTR name, HANDLE file, DWORD flags) {
     Call call("LoadLibraryExW", name, file, flags);
-    return Load(call, name);
+    if (call.Faulted())
+        return call.Fail(call.FaultError(ERROR_MOD_NOT_FOUND), HMODULE{});
+    const auto [handle, module] = ModuleNamed(name ? name : u"");
+    if (!module)
+        return call.Fail(ERROR_MOD_NOT_FOUND, HMODULE{});
+    ++module->references;
+    call.Opened("library",
+                reinterpret_cast<std::uint64_t>(handle) + static_cast<std::uint64_t>(module->references));
+    return call.Return(handle);
 }
 
 BOOL FreeLibrary(HMODULE handle) {
@@ -347,7 +327,7 @@ FARPROC GetProcAddress(HMODULE handle, LPCSTR name) {
     }
     const Module* const module = ModuleOf(handle);
     void* found = nullptr;
-    if (module && !Table().missing_functions.contains({BareName(module->file_name), wanted})) {
+    if (module) {
         if (module->image) {
             Dl_info info{};
             if (dladdr(module->image, &info) != 0)

@@ -34,13 +34,13 @@ void UnregisterModule(HMODULE module);
 // The module with a file name, for services that open files; null when none is loaded.
 [[nodiscard]] HMODULE ModuleOfFile(WideView path);
 
-// The settings of Desktop.
-void SetLibraryMissing(const std::string& library, bool missing);
-void SetProcMissing(const std::string& library, const std::string& function, bool missing);
+// Lets LoadLibrary and GetModuleHandle not find a library. Its name without path, in any case.
+void SetLibraryMissing(const std::string& library, bool missing = true);
+// A name under which a library can be loaded besides its own: what an in-process server path of the registry
+// may hold.
 void SetLibraryPath(const std::string& path, const std::string& library);
 void ForgetModuleSettings();
 
-QX_PLATFORM_CALL(LoadLibraryW);
 QX_PLATFORM_CALL(LoadLibraryExW);
 QX_PLATFORM_CALL(FreeLibrary);
 QX_PLATFORM_CALL(GetModuleHandleW);

@@ -10,7 +10,6 @@ namespace qxsim {
 QX_PLATFORM_CALL(CharUpperW);
 QX_PLATFORM_CALL(CharLowerW);
 QX_PLATFORM_CALL(MultiByteToWideChar);
-QX_PLATFORM_CALL(WideCharToMultiByte);
 QX_PLATFORM_CALL(ExpandEnvironmentStringsW);
 QX_PLATFORM_CALL(FormatMessageW);
 
@@ -29,18 +28,6 @@ WCHAR FromSingleByte(char byte) {
                                          : static_cast<WCHAR>(value);
 }
 
-// The byte for a unit, or '?' (and `lost` set) when the code page has none.
-char ToSingleByte(WCHAR unit, bool& lost) {
-    if (unit < 0x80 || (unit >= 0xA0 && unit <= 0xFF))
-        return static_cast<char>(unit);
-    const auto found =
-        std::find(std::begin(kHighControls), std::end(kHighControls), static_cast<std::uint16_t>(unit));
-    if (found != std::end(kHighControls))
-        return static_cast<char>(0x80 + (found - std::begin(kHighControls)));
-    lost = true;
-    return '?';
-}
-
 // One unit in the place of a pointer is converted by itself.
 template <typename Convert>
 LPWSTR ConvertCase(LPWSTR text, const Convert& convert) {
@@ -53,8 +40,7 @@ LPWSTR ConvertCase(LPWSTR text, const Convert& convert) {
 }
 
 // Puts converted text out, or answers its size.
-template <typename Unit>
-int Answer(Call& call, const std::basic_string<Unit>& text, Unit* buffer, int room) {
+int Answer(Call& call, const WideString& text, WCHAR* buffer, int room) {
     if (room == 0)
         return call.Return(static_cast<int>(text.size()));
     if (buffer == nullptr || room < 0)
@@ -98,32 +84,6 @@ int WINAPI MultiByteToWideChar(UINT code_page, DWORD flags, LPCSTR text, int len
     else
         std::ranges::transform(source, std::back_inserter(wide), FromSingleByte);
     return Answer(call, wide, buffer, room);
-}
-
-int WINAPI WideCharToMultiByte(UINT code_page, DWORD flags, LPCWSTR text, int length, LPSTR buffer, int room,
-                               LPCSTR substitute, LPBOOL used_substitute) {
-    Call call("WideCharToMultiByte", code_page, flags, length, room);
-    if (call.Faulted())
-        return call.Fail(call.FaultError(ERROR_NOT_ENOUGH_MEMORY), 0);
-    if (text == nullptr || length == 0 || length < -1 || !KnownCodePage(code_page))
-        return call.Fail(ERROR_INVALID_PARAMETER, 0);
-    const WideView source(
-        text, length < 0 ? std::char_traits<WCHAR>::length(text) + 1 : static_cast<std::size_t>(length));
-    std::string bytes;
-    bool lost_any = false;
-    if (code_page == CP_UTF8) {
-        bytes = ToUtf8(source);
-    } else {
-        for (const WCHAR unit : source) {
-            bool lost = false;
-            const char byte = ToSingleByte(unit, lost);
-            bytes += lost && substitute != nullptr ? *substitute : byte;
-            lost_any = lost_any || lost;
-        }
-    }
-    if (used_substitute != nullptr)
-        *used_substitute = lost_any ? TRUE : FALSE;
-    return Answer(call, bytes, buffer, room);
 }
 
 DWORD WINAPI ExpandEnvironmentStringsW(LPCWSTR source, LPWSTR buffer, DWORD size) {

@@ -1,18 +1,14 @@
 // SPDX-License-Identifier: MIT
-// What a thread has of its own: its number, its last error and its locale; and sleeping.
+// What a thread has of its own: its number, its last error and its locale.
 #include "platform/machine/machine_internal.h"
-
-#include <thread>
 
 namespace qxsim {
 
 QX_PLATFORM_CALL(GetCurrentThreadId);
-QX_PLATFORM_CALL(GetCurrentProcessId);
 QX_PLATFORM_CALL(GetLastError);
 QX_PLATFORM_CALL(SetLastError);
 QX_PLATFORM_CALL(GetThreadLocale);
 QX_PLATFORM_CALL(SetThreadLocale);
-QX_PLATFORM_CALL(Sleep);
 
 namespace {
 
@@ -25,11 +21,6 @@ thread_local LCID thread_locale = kEnglish;
 DWORD GetCurrentThreadId() {
     Call call = Call::Infallible("GetCurrentThreadId");
     return call.Return(DWORD{CurrentThreadNumber()});
-}
-
-DWORD GetCurrentProcessId() {
-    Call call = Call::Infallible("GetCurrentProcessId");
-    return call.Return(DWORD{CurrentSimulatedProcess()});
 }
 
 DWORD WINAPI GetLastError() {
@@ -53,14 +44,6 @@ BOOL SetThreadLocale(LCID locale) {
         return call.Fail(call.FaultError(ERROR_INVALID_PARAMETER));
     thread_locale = locale;
     return call.Return(TRUE);
-}
-
-VOID WINAPI Sleep(DWORD milliseconds) {
-    {
-        const Call call = Call::Infallible("Sleep", milliseconds);
-        Machine::Current().clock += milliseconds;
-    }
-    std::this_thread::yield();
 }
 
 }  // namespace qxsim

@@ -101,13 +101,21 @@ CONTRACT(devices, all_classes_take_no_class, "SetupDiGetClassDevsW SetupDiEnumDe
     HOLDS(HasPort(set));
     SetupDiDestroyDeviceInfoList(set);
     FAILS_WITH(SetupDiGetClassDevsW(nullptr, nullptr, nullptr, DIGCF_PRESENT), ERROR_INVALID_PARAMETER);
+    // A class beside it counts for nothing.
+    const HDEVINFO any =
+        SetupDiGetClassDevsW(&GUID_DEVCLASS_USB, nullptr, nullptr, DIGCF_PRESENT | DIGCF_ALLCLASSES);
+    HOLDS(HasPort(any));
+    SetupDiDestroyDeviceInfoList(any);
 }
 
 CONTRACT(devices, opening_a_device_by_its_id, "SetupDiCreateDeviceInfoList SetupDiOpenDeviceInfoW") {
     const Wide id = IdOf(Element().DevInst);
     const HDEVINFO set = SetupDiCreateDeviceInfoList(nullptr, nullptr);
     NEEDS(set != INVALID_HANDLE_VALUE);
-    SP_DEVINFO_DATA data = Sized();
+    // An element of another set is none of this one.
+    SP_DEVINFO_DATA data = Element();
+    HOLDS(SetupDiOpenDevRegKey(set, &data, DICS_FLAG_GLOBAL, 0, DIREG_DEV, KEY_READ) == INVALID_HANDLE_VALUE);
+    data = Sized();
     HOLDS(SetupDiOpenDeviceInfoW(set, id.c_str(), nullptr, 0, &data));
     IS(IdOf(data.DevInst), id);
     HOLDS(SetupDiOpenDeviceInfoW(set, id.c_str(), nullptr, 0, &data));
@@ -177,7 +185,6 @@ CONTRACT(devices, the_hardware_key, "SetupDiOpenDevRegKey") {
     NEEDS(key != INVALID_HANDLE_VALUE);
     IS(RegSetValueExW(key, TEXT("New"), 0, REG_SZ, reinterpret_cast<const BYTE*>(TEXT("")), 2),
        ERROR_SUCCESS);
-    IS(RegDeleteValueW(key, TEXT("New")), ERROR_SUCCESS);
     RegCloseKey(key);
     FAILS_WITH(SetupDiOpenDevRegKey(INVALID_HANDLE_VALUE, &element, DICS_FLAG_GLOBAL, 0, DIREG_DEV, KEY_READ),
                ERROR_INVALID_HANDLE);
@@ -255,6 +262,9 @@ CONTRACT(devices, a_driver_answers_requests, "CreateFileW DeviceIoControl CloseH
     IS(returned, 0U);
     HOLDS(!DeviceIoControl(control, kSettings, header.data(), 8, &size, 4, &returned, nullptr));
     HOLDS(!DeviceIoControl(control, kSettings, header.data(), 4, stream.data(), 132, &returned, nullptr));
+    header[1] = 0xFFFFFFFE;
+    HOLDS(!DeviceIoControl(control, kSettings, header.data(), 8, stream.data(), 132, &returned, nullptr));
+    header[1] = 0xFFFFFFFF;
     HOLDS(!DeviceIoControl(control, 0x8001E00C, header.data(), 8, stream.data(), 132, &returned, nullptr));
     HOLDS(CloseHandle(control));
     FAILS_WITH(
@@ -269,6 +279,15 @@ CONTRACT_UNLESS(devices, a_control_device_has_one_opener, "CreateFileW",
     HOLDS(OpenControl() == INVALID_HANDLE_VALUE);
     HOLDS(GetLastError() == ERROR_ACCESS_DENIED || GetLastError() == ERROR_SHARING_VIOLATION);
     CloseHandle(first);
+    // So has the port itself, through whatever name.
+    const auto open_port = [] {
+        return CreateFileW(TEXT("\\\\.\\COM7"), GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING,
+                           FILE_FLAG_OVERLAPPED, nullptr);
+    };
+    const HANDLE port = open_port();
+    NEEDS(port != INVALID_HANDLE_VALUE);
+    FAILS_WITH(open_port(), ERROR_ACCESS_DENIED);
+    CloseHandle(port);
 }
 
 CONTRACT(devices, install_parameters_come_back,
@@ -300,6 +319,10 @@ CONTRACT_UNLESS(
     change.Scope = DICS_FLAG_GLOBAL;
     ULONG status = 0;
     ULONG problem = 0;
+    change.ClassInstallHeader.cbSize = sizeof(change);  // the header's own size is wanted
+    FAILS_WITH(SetupDiSetClassInstallParamsW(Set(), &element, &change.ClassInstallHeader, sizeof(change)),
+               ERROR_INVALID_USER_BUFFER);
+    change.ClassInstallHeader.cbSize = sizeof(SP_CLASSINSTALL_HEADER);
     for (const DWORD state : {DWORD{DICS_DISABLE}, DWORD{DICS_ENABLE}}) {
         change.StateChange = state;
         HOLDS(SetupDiSetClassInstallParamsW(Set(), &element, &change.ClassInstallHeader, sizeof(change)));

@@ -21,6 +21,7 @@ const std::set<std::string> kRuntime = {"CreateSemaphoreW",
                                         "InitializeCriticalSection",
                                         "IsDBCSLeadByteEx",
                                         "LeaveCriticalSection",
+                                        "LoadLibraryW",
                                         "QueryPerformanceCounter",
                                         "RaiseException",
                                         "ReleaseSemaphore",
@@ -34,7 +35,8 @@ const std::set<std::string> kRuntime = {"CreateSemaphoreW",
                                         "TlsGetValue",
                                         "TlsSetValue",
                                         "VirtualProtect",
-                                        "VirtualQuery"};
+                                        "VirtualQuery",
+                                        "WideCharToMultiByte"};
 
 const std::map<std::string, std::string> kWithout = {
     {"DrawFocusRect", "draws and tells nothing"},

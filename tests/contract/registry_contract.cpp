@@ -88,7 +88,6 @@ CONTRACT(registry, rights_of_a_handle_are_enforced,
     const HKEY reader = scratch.Reopen(KEY_READ);
     IS(RegSetValueExW(reader, TEXT("Number"), 0, REG_DWORD, reinterpret_cast<const BYTE*>(&number), 4),
        ERROR_ACCESS_DENIED);
-    IS(RegDeleteValueW(reader, TEXT("Number")), ERROR_ACCESS_DENIED);
     IS(RegQueryValueExW(reader, TEXT("Number"), nullptr, nullptr, nullptr, nullptr), ERROR_SUCCESS);
     RegCloseKey(reader);
     const HKEY writer = scratch.Reopen(KEY_WRITE);
@@ -167,13 +166,6 @@ CONTRACT(registry, values_enumerate_by_index, "RegEnumValueW") {
     units = 16;
     IS(RegEnumValueW(scratch.key, 1, name.data(), &units, nullptr, nullptr, nullptr, nullptr), ERROR_SUCCESS);
     IS(units, 4U);
-}
-
-CONTRACT(registry, deleting_a_value, "RegDeleteValueW") {
-    const ScratchKey scratch;
-    scratch.Put(TEXT("Gone"), REG_SZ, TEXT(""), 2);
-    IS(RegDeleteValueW(scratch.key, TEXT("GONE")), ERROR_SUCCESS);
-    IS(RegDeleteValueW(scratch.key, TEXT("Gone")), ERROR_FILE_NOT_FOUND);
 }
 
 CONTRACT(registry, a_key_with_subkeys_is_not_deleted, "RegDeleteKeyW") {

@@ -88,11 +88,19 @@ CONTRACT_UNLESS(system, dos_names_are_defined_and_removed, "DefineDosDeviceW Que
     HOLDS(DefineDosDeviceW(DDD_RAW_TARGET_PATH, TEXT("COM99"), device));
     NEEDS(QueryDosDeviceW(TEXT("COM99"), target.data(), 260) != 0);
     IS(Wide(target.data()), Wide(device));
-    FAILS_WITH(DefineDosDeviceW(DDD_RAW_TARGET_PATH | DDD_REMOVE_DEFINITION | DDD_EXACT_MATCH_ON_REMOVE,
-                                TEXT("COM99"), TEXT("\\Device\\QxOther")),
-               ERROR_FILE_NOT_FOUND);
-    HOLDS(DefineDosDeviceW(DDD_RAW_TARGET_PATH | DDD_REMOVE_DEFINITION | DDD_EXACT_MATCH_ON_REMOVE,
-                           TEXT("COM99"), device));
+    constexpr DWORD kRemove = DDD_RAW_TARGET_PATH | DDD_REMOVE_DEFINITION | DDD_EXACT_MATCH_ON_REMOVE;
+    // The beginning of a target is another one.
+    FAILS_WITH(DefineDosDeviceW(kRemove, TEXT("COM99"), TEXT("\\Device\\QxContrac")), ERROR_FILE_NOT_FOUND);
+    // The newest definition stands first, and what it covered comes back with its end.
+    const WCHAR* const newer = TEXT("\\Device\\QxContract2");
+    HOLDS(DefineDosDeviceW(DDD_RAW_TARGET_PATH, TEXT("COM99"), newer));
+    QueryDosDeviceW(TEXT("COM99"), target.data(), 260);
+    IS(Wide(target.data()), Wide(newer));
+    IS(Wide(target.data() + Wide(newer).size() + 1), Wide(device));
+    HOLDS(DefineDosDeviceW(kRemove, TEXT("COM99"), newer));
+    QueryDosDeviceW(TEXT("COM99"), target.data(), 260);
+    IS(Wide(target.data()), Wide(device));
+    HOLDS(DefineDosDeviceW(kRemove, TEXT("COM99"), device));
     FAILS_WITH(QueryDosDeviceW(TEXT("COM99"), target.data(), 260), ERROR_FILE_NOT_FOUND);
 }
 

@@ -116,6 +116,7 @@ TEST_F(Reinstallation, OfAllPortsGivesTheUsersNamesAndSettingsBack) {
     EXPECT_EQ(Questions(), 0U);
     for (std::size_t i = 0; i < adapter.names.size(); ++i) {
         EXPECT_EQ(machine().ReadDword(key(i), "Baudrate"), 9600 * (i + 1));
+        EXPECT_EQ(Dev(PortId(adapter, i)).control->settings["Baudrate"], 9600 * (i + 1)) << "the driver's";
         EXPECT_EQ(machine().ReadText(key(i) + "\\UI1", "Label"), "Scale " + std::to_string(i));
         EXPECT_EQ(machine().ReadDword(key(i) + "\\UI1", "SupportedColour"), 3U);
         EXPECT_EQ(PortsEntry(adapter.names[i]).value_or("not renamed"),

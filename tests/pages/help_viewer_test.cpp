@@ -4,6 +4,7 @@
 // It is looked for once in a process, so every test here runs in a process of its own.
 #include "module/resource.h"
 #include "pages/help_links.h"
+#include "platform/process/modules.h"
 #include "tests/pages/port_sheet.h"
 
 #include <gmock/gmock.h>
@@ -53,9 +54,9 @@ class HelpViewer : public PortSheetTest {
 
 TEST_F(HelpViewer, IsMissedOnceAndNotLookedForAgain) {
     InNewProcess([] {
-        Desktop::The().SetLibraryMissing("hhctrl.ocx");
+        qxsim::SetLibraryMissing("hhctrl.ocx");
         Ask();
-        Desktop::The().SetLibraryMissing("hhctrl.ocx", false);
+        qxsim::SetLibraryMissing("hhctrl.ocx", false);
         Ask();
         EXPECT_THAT(Loads(), testing::SizeIs(1));
         EXPECT_THAT(Desktop::The().HelpRequests(), IsEmpty());
@@ -71,7 +72,7 @@ TEST_F(HelpViewer, IsLoadedFromTheSystemDirectoryAloneUnlessRegisteredWithItsPat
                                         machine().MakeKey(qxsim::ToWide(std::string(kViewerKey).substr(17)),
                                                           HKEY_CLASSES_ROOT)})
                     key->Set({}, type, qxsim::TextBytes(qxsim::ToWide(registered)));
-                Desktop::The().SetLibraryPath(expected, "hhctrl.ocx");
+                qxsim::SetLibraryPath(expected, "hhctrl.ocx");
             }
             if (failing_query != 0)
                 instruments().Inject({.function = "RegQueryValueExW", .nth = failing_query});

@@ -93,7 +93,7 @@ namespace {
 
 void PressSheetButton(int button) {
     if (PageInFront())
-        PropSheet_PressButton(Desktop::The().TopWindow(), button);
+        SendMessageW(Desktop::The().TopWindow(), PSM_PRESSBUTTON, static_cast<WPARAM>(button), 0);
 }
 
 }  // namespace
