@@ -1,8 +1,8 @@
 # qx_embed_resources(<target> <script.rc> [DEPENDS <file>...])
 #
 # Compiles a resource script and links its bytes into a native target, where platform/loader hands them to the platform: the
-# script that windres links into the Windows library is the only source of templates and texts. The script's own folder and the
-# project's root are searched for what it includes. llvm-rc is given a file name without a folder: it would take a path that
+# script that windres links into the Windows library is the only source of templates and texts. The script's own folder, the
+# project's root and the build's generated/ are searched for what it includes. llvm-rc is given a file name without a folder: it would take a path that
 # begins like one of its options ("/c...") for that option.
 find_program(QX_LLVM_RC NAMES llvm-rc llvm-rc-14 llvm-rc-15 llvm-rc-16 REQUIRED)
 
@@ -15,9 +15,9 @@ function(qx_embed_resources target script)
   add_custom_command(
     OUTPUT ${compiled}
     COMMAND ${CMAKE_C_COMPILER} -E -P -xc -DRC_INVOKED -I${CMAKE_SOURCE_DIR}/platform/include -I${CMAKE_SOURCE_DIR}
-            -I${folder} ${script} -o ${expanded}
-    COMMAND ${QX_LLVM_RC} /no-preprocess /C 65001 /I ${folder} /FO ${name}.res ${name}.expanded.rc
-    DEPENDS ${script} ${CMAKE_SOURCE_DIR}/platform/include/winresrc.h ${arg_DEPENDS}
+            -I${folder} -I${CMAKE_BINARY_DIR}/generated ${script} -o ${expanded}
+    COMMAND ${QX_LLVM_RC} /no-preprocess /C 65001 /I ${folder} /I ${CMAKE_BINARY_DIR}/generated /FO ${name}.res ${name}.expanded.rc
+    DEPENDS ${script} ${CMAKE_SOURCE_DIR}/platform/include/winresrc.h ${CMAKE_BINARY_DIR}/generated/qx_version.h ${arg_DEPENDS}
     WORKING_DIRECTORY ${CMAKE_CURRENT_BINARY_DIR}
     COMMENT "Compiling the resources of ${name}"
     VERBATIM)

@@ -1,17 +1,25 @@
-# What users get: `cmake --install` puts it into a folder, `cpack` into a zip.
-install(FILES $<TARGET_FILE:QxUUI10> $<TARGET_FILE:qxports> DESTINATION . COMPONENT library)
-install(FILES $<TARGET_FILE_DIR:QxUUI10>/QxUUI10.pdb $<TARGET_FILE_DIR:qxports>/qxports.pdb DESTINATION symbols COMPONENT library)
-install(FILES package/README.md package/INTEGRATORS.md package/ADMINISTRATORS.md package/THIRD-PARTY.md package/QxUUI10-example-usb-adapter.inf
-              package/QxUUI10-example-port.inf package/QxUUI10-example-pci-card.inf
-              package/QxUUI10-example-pci-gpio.inf package/DRIVERS.md package/qxsettings.h docs/settings-stream.md
-              docs/registry-layout.md help/QxUUI51.chm LICENSE
-        DESTINATION . COMPONENT library)
+# What users get: a folder and its zip, in the build folder. Texts have the line ends that every editor of Windows shows.
+set(package ${CMAKE_BINARY_DIR}/package/QxUUI10-${PROJECT_VERSION})
+set(package_archive ${CMAKE_BINARY_DIR}/QxUUI10-${PROJECT_VERSION}-win64.zip)
+file(REMOVE_RECURSE ${package})
+file(GLOB texts CONFIGURE_DEPENDS package/*.md package/*.inf package/*.h)
+foreach(text IN LISTS texts ITEMS docs/settings-stream.md docs/registry-layout.md LICENSE)
+  get_filename_component(name ${text} NAME)
+  configure_file(${text} ${package}/${name} @ONLY NEWLINE_STYLE CRLF)
+endforeach()
+configure_file(help/QxUUI51.chm ${package}/QxUUI51.chm COPYONLY)
 
-set(CPACK_GENERATOR ZIP)
-set(CPACK_PACKAGE_NAME QxUUI10)
-set(CPACK_PACKAGE_VENDOR "QxUUI10")
-set(CPACK_PACKAGE_FILE_NAME QxUUI10-${PROJECT_VERSION}-win64)
-set(CPACK_ARCHIVE_COMPONENT_INSTALL ON)
-set(CPACK_COMPONENTS_GROUPING ALL_COMPONENTS_IN_ONE)
-set(CPACK_COMPONENTS_ALL library)
-include(CPack)
+set(bin $<TARGET_FILE_DIR:QxUUI10>)
+add_custom_command(
+  OUTPUT ${package_archive}
+  COMMAND ${CMAKE_COMMAND} -E make_directory ${package}/symbols
+  COMMAND ${CMAKE_COMMAND} -E copy $<TARGET_FILE:QxUUI10> $<TARGET_FILE:qxports> ${package}
+  COMMAND ${CMAKE_COMMAND} -E copy ${bin}/QxUUI10.pdb ${bin}/qxports.pdb ${package}/symbols
+  COMMAND ${CMAKE_SOURCE_DIR}/cmake/make_zip.sh ${package} ${package_archive}
+  DEPENDS QxUUI10 qxports ${texts} ${CMAKE_CURRENT_LIST_FILE} ${CMAKE_SOURCE_DIR}/cmake/make_zip.sh
+          ${CMAKE_SOURCE_DIR}/docs/settings-stream.md ${CMAKE_SOURCE_DIR}/docs/registry-layout.md
+          ${CMAKE_SOURCE_DIR}/LICENSE ${CMAKE_SOURCE_DIR}/help/QxUUI51.chm
+  COMMENT "Putting the package together"
+  VERBATIM)
+add_custom_target(package_zip ALL DEPENDS ${package_archive})
+add_test(NAME package COMMAND ${CMAKE_SOURCE_DIR}/tests/windows/package.sh ${package_archive})

@@ -13,7 +13,7 @@ qx_packages() {
         coverage) echo "gcovr" ;;
         tidy) echo "clang-tidy" ;;
         windows)
-            echo "clang-19 lld-19 llvm-19 g++-mingw-w64-x86-64-posix g++-mingw-w64-x86-64-win32 googletest wine64 wine64-tools libwine-dev fonts-wine xvfb imagemagick"
+            echo "clang-19 lld-19 llvm-19 g++-mingw-w64-x86-64-posix g++-mingw-w64-x86-64-win32 googletest zip wine64 wine64-tools libwine-dev fonts-wine xvfb imagemagick"
             ;;
     esac
 }

@@ -17,7 +17,7 @@ file(CONFIGURE OUTPUT ${CMAKE_CURRENT_BINARY_DIR}/generated/machine_calls.inc CO
 
 target_sources(qx_host PRIVATE windows/desk.cpp windows/import_redirect.cpp windows/screen.cpp windows/user_thread.cpp
                        INTERFACE windows/qxhost.rc)
-target_include_directories(qx_host PRIVATE ${CMAKE_CURRENT_BINARY_DIR}/generated)
+target_include_directories(qx_host PRIVATE ${CMAKE_CURRENT_BINARY_DIR}/generated INTERFACE ${CMAKE_BINARY_DIR}/generated)
 target_link_libraries(qx_host PUBLIC qx_machine gdiplus -static)
 # Behind everything else, because the product's folders call them too.
 string(APPEND CMAKE_CXX_STANDARD_LIBRARIES " -lsetupapi -lcfgmgr32 -lcomctl32 -lmsports")

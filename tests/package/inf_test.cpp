@@ -22,12 +22,20 @@ void AddInstances(const nlohmann::json& devices, std::vector<std::string>& insta
     }
 }
 
+// As the build writes them.
+std::string WithVersion(std::string inf) {
+    static constexpr std::string_view kPlace = "@PROJECT_VERSION@";
+    if (const std::size_t at = inf.find(kPlace); at != std::string::npos)
+        inf.replace(at, kPlace.size(), QX_VERSION);
+    return inf;
+}
+
 infcheck::Package ExamplePackage() {
     infcheck::Package package;
     package.version = QX_VERSION;
     for (const auto& file : std::filesystem::directory_iterator(kSource / "package"))
         if (file.path().extension() == ".inf")
-            package.infs[file.path().filename().string()] = Contents(file.path());
+            package.infs[file.path().filename().string()] = WithVersion(Contents(file.path()));
     std::istringstream definition(Contents("module/QxUUI10.def"));
     for (std::string word; definition >> word;)
         package.entries.insert(word);
@@ -67,7 +75,7 @@ constexpr Mistake kMistakes[] = {
     {"port", "QXPCI\\PORT_4904", "QXUSB\\PORT_1102", "stands there twice"},
     {"port", "QXPCI\\PORT_4904", "QXPCI\\PORT_490", "nobody knows a device QXPCI\\PORT_490"},
     {"pci-card", "DEV_4904", "DEV_4902", "another INF installs PCI\\VEN_1F7A&DEV_4902 too"},
-    {"pci-card", "1.0.0.0", "1.0.0.1", "DriverVer is not of version"},
+    {"pci-card", ".0\nCatalogFile", ".1\nCatalogFile", "DriverVer is not of version"},
     {"usb-adapter", "01/01/2024", "01/02/2024", "the INFs have different DriverVer"},
 };
 
