@@ -30,14 +30,6 @@ struct Contract {
 std::vector<Contract>& All();
 bool Enter(const Contract& contract);
 
-// One more assertion made; hands `value` on.
-void CountAssertion();
-template <typename Value>
-Value Counted(Value value) {
-    CountAssertion();
-    return value;
-}
-
 #define CONTRACT(area, name, calls) CONTRACT_UNLESS(area, name, calls, nullptr)
 // For what Wine has no answer to. It is asked of the simulated computer, and of any real system.
 #define CONTRACT_UNLESS(area, name, calls, wine_lacks)                     \
@@ -46,15 +38,15 @@ Value Counted(Value value) {
         contract::Enter({#area, #name, calls, wine_lacks, area##_##name}); \
     static void area##_##name()
 
-#define IS(actual, ...) EXPECT_EQ(contract::Counted(actual), (__VA_ARGS__))
-#define HOLDS(condition) EXPECT_TRUE(contract::Counted(static_cast<bool>(condition)))
-#define NEEDS(condition) ASSERT_TRUE(contract::Counted(static_cast<bool>(condition)))
+#define IS(actual, ...) EXPECT_EQ(actual, (__VA_ARGS__))
+#define HOLDS(condition) EXPECT_TRUE(static_cast<bool>(condition))
+#define NEEDS(condition) ASSERT_TRUE(static_cast<bool>(condition))
 // The call fails and says why: the last error is spoilt before, so that an old one cannot pass.
-#define FAILS_WITH(call, error)                                     \
-    do {                                                            \
-        SetLastError(0xBADDCAFE);                                   \
-        EXPECT_FALSE(contract::Counted(contract::Succeeded(call))); \
-        EXPECT_EQ(GetLastError(), static_cast<DWORD>(error));       \
+#define FAILS_WITH(call, error)                               \
+    do {                                                      \
+        SetLastError(0xBADDCAFE);                             \
+        EXPECT_FALSE(contract::Succeeded(call));              \
+        EXPECT_EQ(GetLastError(), static_cast<DWORD>(error)); \
     } while (false)
 
 inline bool Succeeded(BOOL result) {

@@ -91,20 +91,6 @@ LONG WINAPI ComDBClaimPort(HCOMDB handle, DWORD number, BOOL force, PBOOL forced
     return ERROR_SUCCESS;
 }
 
-LONG WINAPI ComDBClaimNextFreePort(HCOMDB handle, LPDWORD number) {
-    if (!Good(handle) || number == nullptr)
-        return ERROR_INVALID_PARAMETER;
-    Database database;
-    for (DWORD candidate = 1; candidate <= database.Ports(); ++candidate) {
-        if (database.Claimed(candidate))
-            continue;
-        database.Set(candidate, true);
-        *number = candidate;
-        return ERROR_SUCCESS;
-    }
-    return ERROR_NO_LOG_SPACE;
-}
-
 LONG WINAPI ComDBReleasePort(HCOMDB handle, DWORD number) {
     if (!Good(handle) || number == 0)
         return ERROR_INVALID_PARAMETER;
@@ -117,7 +103,7 @@ LONG WINAPI ComDBReleasePort(HCOMDB handle, DWORD number) {
 
 LONG WINAPI ComDBGetCurrentPortUsage(HCOMDB handle, PBYTE buffer, DWORD size, DWORD report,
                                      LPDWORD reported) {
-    if (!Good(handle) || (report != CDB_REPORT_BITS && report != CDB_REPORT_BYTES))
+    if (!Good(handle) || report != CDB_REPORT_BYTES)
         return ERROR_INVALID_PARAMETER;
     const Database database;
     if (buffer == nullptr) {
@@ -126,13 +112,9 @@ LONG WINAPI ComDBGetCurrentPortUsage(HCOMDB handle, PBYTE buffer, DWORD size, DW
         *reported = database.Ports();
         return ERROR_SUCCESS;
     }
-    DWORD ports = std::min(report == CDB_REPORT_BYTES ? size : size * 8, database.Ports());
-    for (DWORD number = 1; number <= ports; ++number) {
-        if (report == CDB_REPORT_BYTES)
-            buffer[number - 1] = database.Claimed(number) ? 1 : 0;
-        else if ((number - 1) % 8 == 0)
-            buffer[(number - 1) / 8] = database.map[(number - 1) / 8];
-    }
+    const DWORD ports = std::min(size, database.Ports());
+    for (DWORD number = 1; number <= ports; ++number)
+        buffer[number - 1] = database.Claimed(number) ? 1 : 0;
     if (reported != nullptr)
         *reported = ports;
     return ERROR_SUCCESS;
