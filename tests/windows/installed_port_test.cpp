@@ -25,10 +25,8 @@ namespace {
 
 constexpr GUID kControlClass = QX_CONTROL_CLASS;
 
-// Places in the port set, and in the bus set's stream, which has a text of eight letters at 24.
+// Places in the port set.
 enum : std::size_t { kBaudRate = 4, kOverrideBaudRate = 19, kPortNumbers = 33 };
-constexpr std::size_t kPolicyOffset = 24 + 4 + 8 + 1;
-constexpr std::size_t kLatencySliderOffset = kPolicyOffset + 8;
 
 // --- the driver, past the library ---
 
@@ -169,12 +167,6 @@ void Type(int id, const wchar_t* text) {
     SetWindowTextW(Control(id), text);
 }
 
-std::wstring Caption() {
-    std::array<wchar_t, 128> text{};
-    GetWindowTextW(Front(), text.data(), 128);
-    return text.data();
-}
-
 using Steps = std::vector<std::function<void()>>;
 
 // --- the test ---
@@ -286,27 +278,6 @@ TEST_F(InstalledPortTest, SettingsChangedOnThePageAreInTheDriver) {
         EXPECT_EQ(Number(after, 4 * i), expected) << "value " << i;
     }
     EXPECT_EQ(PortsEntry(L"COM7:"), L"115200,8,n,1");
-}
-
-TEST_F(InstalledPortTest, TheAdvancedSheetWritesTheBusSettings) {
-    std::wstring caption;
-    OpenProperties({[] { Click(840); },
-                    [&caption] {
-                        caption = Caption();
-                        // The tabs of this port: COM number, USB settings, About.
-                        SendMessageW(Front(), PSM_SETCURSEL, 1, 0);
-                    },
-                    [] {
-                        Click(260);
-                        Click(IDOK);
-                    },
-                    [] { Click(IDOK); }});
-    // "... Properties", or "Properties for ...", by the system's language.
-    EXPECT_NE(caption.find(L"Advanced Settings for COM7"), std::wstring::npos) << caption.size();
-    const std::vector<BYTE> bus = Stream(kCurrent, 1);
-    EXPECT_EQ(Number(Stream(kDefaults, 1), kPolicyOffset), 1U);
-    EXPECT_EQ(Number(bus, kPolicyOffset), 0U);
-    EXPECT_EQ(Number(bus, kLatencySliderOffset), Number(Stream(kDefaults, 1), kLatencySliderOffset));
 }
 
 // Last, since it ends the port.
