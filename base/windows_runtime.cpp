@@ -50,7 +50,7 @@ UINT_PTR __stack_chk_guard = kUnseeded;
 
 // The libraries that are loaded with this one are taken from the system directory only: a set-up program that
 // installs in its own process may lie in a folder of downloads, where anybody's MSPORTS.DLL may lie, too.
-// Windows before 10 looks there all the same.
+// Windows before 10, version 1607, looks there all the same.
 extern const LoadConfig _load_config_used;
 const LoadConfig _load_config_used{
     .size = sizeof(LoadConfig),
@@ -73,7 +73,7 @@ __attribute__((constructor(101))) void SeedCookie() {
     const UINT_PTR seed = (UINT_PTR{now.dwHighDateTime} << 32 | now.dwLowDateTime) ^
                           UINT_PTR { GetCurrentThreadId() } << 24 ^
                           static_cast<UINT_PTR>(count.QuadPart) << 16 ^ reinterpret_cast<UINT_PTR>(&now);
-    // The first two bytes are zero, so that no text that runs over can write it.
+    // The last two bytes are zero: a text ends there, and cannot run on to the return address.
     __stack_chk_guard = (seed * 0x9E3779B97F4A7C15) >> 16;
 }
 

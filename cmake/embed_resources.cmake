@@ -17,7 +17,8 @@ function(qx_embed_resources target script)
     COMMAND ${CMAKE_C_COMPILER} -E -P -xc -DRC_INVOKED -I${CMAKE_SOURCE_DIR}/platform/include -I${CMAKE_SOURCE_DIR}
             -I${folder} -I${CMAKE_BINARY_DIR}/generated ${script} -o ${expanded}
     COMMAND ${QX_LLVM_RC} /no-preprocess /C 65001 /I ${folder} /I ${CMAKE_BINARY_DIR}/generated /FO ${name}.res ${name}.expanded.rc
-    DEPENDS ${script} ${CMAKE_SOURCE_DIR}/platform/include/winresrc.h ${CMAKE_BINARY_DIR}/generated/qx_version.h ${arg_DEPENDS}
+    DEPENDS ${script} ${CMAKE_SOURCE_DIR}/platform/include/winresrc.h ${CMAKE_BINARY_DIR}/generated/qx_version.h
+            ${CMAKE_BINARY_DIR}/generated/${name}.manifest ${arg_DEPENDS}
     WORKING_DIRECTORY ${CMAKE_CURRENT_BINARY_DIR}
     COMMENT "Compiling the resources of ${name}"
     VERBATIM)

@@ -1,24 +1,24 @@
 # What users get: a folder and its zip, in the build folder. Texts have the line ends that every editor of Windows shows.
 set(package ${CMAKE_BINARY_DIR}/package/QxUUI10-${PROJECT_VERSION})
 set(package_archive ${CMAKE_BINARY_DIR}/QxUUI10-${PROJECT_VERSION}-win64.zip)
-file(REMOVE_RECURSE ${package})
 file(GLOB texts CONFIGURE_DEPENDS package/*.md package/*.inf package/*.h)
+set(contents)
 foreach(text IN LISTS texts ITEMS docs/settings-stream.md docs/registry-layout.md LICENSE)
   get_filename_component(name ${text} NAME)
-  configure_file(${text} ${package}/${name} @ONLY NEWLINE_STYLE CRLF)
+  configure_file(${text} ${CMAKE_BINARY_DIR}/package/texts/${name} @ONLY NEWLINE_STYLE CRLF)
+  list(APPEND contents ${CMAKE_BINARY_DIR}/package/texts/${name})
 endforeach()
-configure_file(help/QxUUI51.chm ${package}/QxUUI51.chm COPYONLY)
+list(APPEND contents ${CMAKE_SOURCE_DIR}/help/QxUUI51.chm)
 
 set(bin $<TARGET_FILE_DIR:QxUUI10>)
 add_custom_command(
   OUTPUT ${package_archive}
+  COMMAND ${CMAKE_COMMAND} -E rm -rf ${package}
   COMMAND ${CMAKE_COMMAND} -E make_directory ${package}/symbols
-  COMMAND ${CMAKE_COMMAND} -E copy $<TARGET_FILE:QxUUI10> $<TARGET_FILE:qxports> ${package}
+  COMMAND ${CMAKE_COMMAND} -E copy ${contents} $<TARGET_FILE:QxUUI10> $<TARGET_FILE:qxports> ${package}
   COMMAND ${CMAKE_COMMAND} -E copy ${bin}/QxUUI10.pdb ${bin}/qxports.pdb ${package}/symbols
   COMMAND ${CMAKE_SOURCE_DIR}/cmake/make_zip.sh ${package} ${package_archive}
-  DEPENDS QxUUI10 qxports ${texts} ${CMAKE_CURRENT_LIST_FILE} ${CMAKE_SOURCE_DIR}/cmake/make_zip.sh
-          ${CMAKE_SOURCE_DIR}/docs/settings-stream.md ${CMAKE_SOURCE_DIR}/docs/registry-layout.md
-          ${CMAKE_SOURCE_DIR}/LICENSE ${CMAKE_SOURCE_DIR}/help/QxUUI51.chm
+  DEPENDS QxUUI10 qxports ${contents} ${CMAKE_SOURCE_DIR}/cmake/make_zip.sh
   COMMENT "Putting the package together"
   VERBATIM)
 add_custom_target(package_zip ALL DEPENDS ${package_archive})

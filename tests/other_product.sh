@@ -3,19 +3,27 @@
 # caption, maker and web address may stand nowhere else.
 set -eu -o pipefail
 cd "$(dirname "$0")/.."
-tree=$PWD
 copy=$(mktemp -d)
 trap 'rm -rf "$copy"' EXIT
 git ls-files -z --cached --others --exclude-standard | xargs -0 cp --parents -t "$copy"
 cd "$copy"
 
-sed -i -e 's/VID_0F7A/VID_5EAF/' -e 's/"Tessel"/"Another Maker"/' -e 's/6B0C7D52/00C0FFEE/' -e 's/D1F4A3E7/01C0FFEE/' install/product_data.h
-sed -i -e 's/0x6C1B7D42/0x02C0FFEE/' -e 's/qxgendrv_/other_/' driver_access/product_data.h
-sed -i -e 's/0x6c1b7d42/0x02c0ffee/' -e 's/{6C1B7D42/{02C0FFEE/' -e 's/qxgendrv_/other_/' package/qxsettings.h
-sed -i -e 's/8a51c0d/03c0ffe/' -e 's/www.veltramark.example/other.example/' -e 's/"Veltramark"/"Other"/' module/product_data.h
-for file in install/product_data.h driver_access/product_data.h package/qxsettings.h module/product_data.h; do
-    ! cmp -s "$file" "$tree/$file" || { echo "$file: nothing was replaced"; exit 1; }
-done
+replace() { # FILE OLD NEW
+    grep -q "$2" "$1" || { echo "$1: no $2 to replace"; exit 1; }
+    sed -i "s/$2/$3/g" "$1"
+}
+replace install/product_data.h VID_0F7A VID_5EAF
+replace install/product_data.h '"Tessel"' '"Another Maker"'
+replace install/product_data.h 6B0C7D52 00C0FFEE
+replace install/product_data.h D1F4A3E7 01C0FFEE
+replace driver_access/product_data.h 0x6C1B7D42 0x02C0FFEE
+replace driver_access/product_data.h qxgendrv_ other_
+replace package/qxsettings.h 0x6c1b7d42 0x02c0ffee
+replace package/qxsettings.h '{6C1B7D42' '{02C0FFEE'
+replace package/qxsettings.h qxgendrv_ other_
+replace module/product_data.h 8a51c0d 03c0ffe
+replace module/product_data.h www.veltramark.example other.example
+replace module/product_data.h '"Veltramark"' '"Other"'
 (cd module && widl -t -m64 -I . -o QxUUILib.tlb QxUUILib.idl)
 
 # What knows no product data comes out of the compiler cache.

@@ -3,7 +3,7 @@
 //
 // Only what this system uses is declared, with the names, signatures, values and record sizes of the
 // platform's SDK, which the Windows build uses in this folder's place: the two builds compile one source, and
-// tests/platform_abi holds their facts against each other.
+// tests/platform_abi holds their records and constants against each other.
 #pragma once
 #include <winresrc.h>
 

@@ -9,11 +9,9 @@
 #include <gtest/gtest.h>
 #include <setupapi.h>
 
-#include <cstdint>
 #include <functional>
 #include <set>
 #include <string>
-#include <type_traits>
 #include <vector>
 
 namespace contract {

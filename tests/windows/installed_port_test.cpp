@@ -9,13 +9,11 @@
 
 #include <gtest/gtest.h>
 
-#include <commctrl.h>
 #include <msports.h>
 #include <prsht.h>
 #include <setupapi.h>
 
 #include <array>
-#include <cstdio>
 #include <functional>
 #include <memory>
 #include <string>
@@ -78,19 +76,16 @@ DWORD Number(const std::vector<BYTE>& stream, std::size_t offset) {
     return value;
 }
 
-constexpr DWORD kCurrent = 0x8001E004;
-constexpr DWORD kDefaults = 0x8001E014;
-
 // Puts the driver's settings back to its defaults.
 void ResetDriver() {
     for (const DWORD selector : {0UL, 1UL}) {
         std::vector<BYTE> request = {static_cast<BYTE>(selector), 0, 0, 0, 0xFF, 0xFF, 0xFF, 0xFF};
-        const std::vector<BYTE> defaults = Stream(kDefaults, selector);
+        const std::vector<BYTE> defaults = Stream(QX_GET_DEFAULT_SETTINGS, selector);
         request.insert(request.end(), defaults.begin(), defaults.end());
         DWORD returned = 0;
         const HANDLE control = OpenControl();
-        ASSERT_TRUE(DeviceIoControl(control, 0x8001E008, request.data(), static_cast<DWORD>(request.size()),
-                                    nullptr, 0, &returned, nullptr));
+        ASSERT_TRUE(DeviceIoControl(control, QX_SET_SETTINGS, request.data(),
+                                    static_cast<DWORD>(request.size()), nullptr, 0, &returned, nullptr));
         CloseHandle(control);
     }
 }
@@ -175,8 +170,6 @@ class InstalledPortTest : public testing::Test {
   public:
     static void SetUpTestSuite() {
         redirection = std::make_unique<qxhost::ImportRedirection>(L"QxUUI10.DLL");
-        // Tells that the library was loaded; what it names is not called here.
-        redirection->Answer("GetVersionExW", reinterpret_cast<void*>(&GetVersionExW));
         Claim(7);
         port = std::make_unique<qxtest::InstalledPort>(L"COM7");
         ASSERT_EQ(port->problem(), L"");
@@ -186,7 +179,7 @@ class InstalledPortTest : public testing::Test {
         SP_DEVINFO_DATA element = port->element();
         ASSERT_TRUE(SetupDiGetDeviceRegistryPropertyW(port->set(), &element, SPDRP_DRIVER, nullptr,
                                                       reinterpret_cast<BYTE*>(driver.data()), 256, nullptr));
-        reference = L"qxgendrv_" + std::wstring(driver.data());
+        reference = L"" QX_REFERENCE_PREFIX + std::wstring(driver.data());
         std::erase(reference, L'\\');
     }
     static void TearDownTestSuite() { port.reset(); }
@@ -265,13 +258,13 @@ TEST_F(InstalledPortTest, TheSystemsInstallerCallsTheCoInstaller) {
 }
 
 TEST_F(InstalledPortTest, SettingsChangedOnThePageAreInTheDriver) {
-    const std::vector<BYTE> before = Stream(kCurrent, 0);
+    const std::vector<BYTE> before = Stream(QX_GET_SETTINGS, 0);
     OpenProperties({[] {
                         Type(841, L"115200");
                         Click(206);
                     },
                     [] { Click(IDOK); }});
-    const std::vector<BYTE> after = Stream(kCurrent, 0);
+    const std::vector<BYTE> after = Stream(QX_GET_SETTINGS, 0);
     ASSERT_EQ(after.size(), 4 * kPortNumbers);
     for (std::size_t i = 0; i < kPortNumbers; ++i) {
         const DWORD expected = i == kBaudRate ? 115200 : i == kOverrideBaudRate ? 1 : Number(before, 4 * i);

@@ -21,11 +21,19 @@ while read -r file; do
     case $name in
         *.md | *.inf | *.h | LICENSE)
             [ "$(grep -c $'\r$' "$file")" = "$(wc -l <"$file")" ] || complain "$file: not all lines end in CR LF"
-            ! grep -q '@[A-Z_]*@' "$file" || complain "$file: a place that the build should have filled"
             ;;
     esac
 done < <(find . -type f | sort)
+# And the other way round: what README.md lists is there.
+for name in $(sed -n 's/^| \(`[^|]*\)|.*/\1/p' README.md | grep -o '`[^`]*`' | tr -d '`'); do
+    [ -e "$name" ] || complain "README.md names $name, which is not there"
+done
+version=${top#QxUUI10-}.0
+for inf in *.inf; do
+    grep -q "^DriverVer=[0-9/]*,$version" "$inf" || complain "$inf: not of version $version"
+done
 for each in QxUUI10.DLL qxports.exe; do
+    strings -el "$each" | grep -x "$version" >/dev/null || complain "$each: its resources are not of version $version"
     pdb=symbols/${each%.*}.pdb
     id=$(llvm-readobj-19 --coff-debug-directory "$each" | sed -n 's/ *PDBGUID: //p')
     llvm-pdbutil-19 dump -summary "$pdb" | grep -qF "GUID: ${id:-none}" || complain "$pdb is not that of $each, $id"

@@ -129,7 +129,7 @@ TEST_F(ShippedLibraryTest, LoadsOthersFromTheSystemDirectoryAndHasACookie) {
     EXPECT_EQ(config->Reserved1, LOAD_LIBRARY_SEARCH_SYSTEM32);  // "DependentLoadFlags" in newer headers
     const auto cookie = *reinterpret_cast<const std::uintptr_t*>(config->SecurityCookie);
     EXPECT_NE(cookie, 0x00002B992DDFA232U) << "still what the linker wrote";
-    EXPECT_EQ(cookie >> 48, 0U) << "a text that runs over could write it";
+    EXPECT_EQ(cookie >> 48, 0U) << "a text that runs over could go on behind it";
 }
 
 // No thread library, which would be called at each thread's end in every process that loads ours.
@@ -213,7 +213,8 @@ TEST_F(ShippedLibraryTest, RegistersItsTypeLibraryAndTakesItBack) {
 TEST_F(ShippedLibraryTest, ServesNoClass) {
     using GetClass = HRESULT(STDAPICALLTYPE*)(REFCLSID, REFIID, void**);
     const auto get_class = Find<GetClass>("DllGetClassObject");
-    const GUID page = {0x8a51c0d3, 0x6f0e, 0x4a3b, {0x9d, 0x6c, 0x71, 0xe5, 0xb2, 0xf4, 0xc8, 0x10}};
+    GUID page{};
+    ASSERT_EQ(CLSIDFromString(L"{" QX_TEXT(QX_PROP_PAGE_CLASS_ID) L"}", &page), S_OK);
     for (const GUID& id : {page, GUID{}}) {
         void* result = this;
         EXPECT_EQ(get_class(id, page, &result), CLASS_E_CLASSNOTAVAILABLE);

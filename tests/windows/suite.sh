@@ -9,6 +9,7 @@ export QX_WINE_DIR=$PWD/build/wine
 [ "${CI:-}" != true ] || { tests/windows/wine.sh stop; rm -rf "$QX_WINE_DIR"; }
 trap 'tests/windows/wine.sh stop' EXIT
 mkdir -p build
+rm -f build/windows/*.zip build/windows/*.zip.sha256  # also those of other versions
 began=$SECONDS
 
 { cmake --preset windows && cmake --build --preset windows -j"$(nproc)"; } >build/windows.log 2>&1 ||
